@@ -1,0 +1,49 @@
+// Helpers shared by the tests: temporary directories, small files, and running the
+// lumisk binary with its output and exit status captured.
+#ifndef LUMISK_TESTS_SUPPORT_TESTSUPPORT_H
+#define LUMISK_TESTS_SUPPORT_TESTSUPPORT_H
+
+#include <string>
+#include <vector>
+
+namespace TestSupport
+{
+
+// A fresh directory under the system's temporary folder, removed with its content.
+class TempDir
+{
+public:
+    TempDir();
+    ~TempDir();
+    TempDir(const TempDir&) = delete;
+    TempDir& operator=(const TempDir&) = delete;
+
+    const std::string& Path() const { return mPath; }
+    std::string File(const std::string& name) const { return mPath + "/" + name; }
+
+private:
+    std::string mPath;
+};
+
+void WriteTextFile(const std::string& path, const std::string& text);
+std::string ReadTextFile(const std::string& path);
+bool PathExists(const std::string& path);
+
+struct RunResult
+{
+    int status = -1;
+    std::string out;
+    std::string err;
+};
+
+// Runs the lumisk binary with the given arguments in `directory`; `env` entries of the
+// form NAME=value are added to the environment.
+RunResult RunLumisk(const std::vector<std::string>& args, const std::string& directory,
+                    const std::vector<std::string>& env = {});
+
+// Number of occurrences of `what` in `text`.
+int CountOf(const std::string& text, const std::string& what);
+
+} // namespace TestSupport
+
+#endif
