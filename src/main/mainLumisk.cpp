@@ -75,7 +75,9 @@ int mainLumisk(int argc, char** argv)
         return 1;
 
     // Everything below the driver reads this snapshot, never the options themselves.
-    auto* properties = new Util::PropertySet();
+    // It lives for the whole process: the feature keeps a pointer to it.
+    static Util::PropertySet* sProperties = new Util::PropertySet();
+    Util::PropertySet* properties = sProperties;
     for (size_t i = 0; i < options.GetOptionCount(); ++i)
     {
         const std::string& name = options.GetOptionName(i);

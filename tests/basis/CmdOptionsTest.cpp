@@ -1,0 +1,210 @@
+#include "basis/CmdOptions.h"
+
+#include <gtest/gtest.h>
+
+#include "support/TestSupport.h"
+
+using Tavlin::CmdOptions;
+
+namespace
+{
+
+// The singleton with the rows the tool registers, plus a few of the pipeline's own.
+CmdOptions& FreshOptions()
+{
+    CmdOptions& options = CmdOptions::GetInstance();
+    options.Reset();
+    options.Initialise(false, false, false);
+    options.AddOption(0, "keepLimited", "count", "-1");
+    options.AddOption(0, "descriptor", "mode", "");
+    options.AddOption(0, "batch", "", "0");
+    options.AddOption(0, "surf-haar-size", "int", "3");
+    options.AddOption(0, "recGauss", "", "0");
+    return options;
+}
+
+std::string Parse(CmdOptions& options, std::vector<std::string> args, int minArgs = 1)
+{
+    args.insert(args.begin(), "/no/such/dir/lumisk");
+    testing::internal::CaptureStdout();
+    std::string message = options.DoParseArgs(args, minArgs);
+    testing::internal::GetCapturedStdout();
+    return message;
+}
+
+} // namespace
+
+TEST(CmdOptionsParse, ReportsEveryMessageOfTheWordList)
+{
+    CmdOptions& options = FreshOptions();
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(options.DoParseArgs({"prog"}, 1), "Need more arguments: 0 found, 1 expected");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "prog\n");
+
+    EXPECT_EQ(Parse(FreshOptions(), {"--batch"}), "Need more arguments");
+    EXPECT_EQ(Parse(FreshOptions(), {"img", "--keepLimited", "-1"}), "Missing value for --keepLimited");
+    EXPECT_EQ(Parse(FreshOptions(), {"img", "--keepLimited"}), "Missing value for --keepLimited");
+    EXPECT_EQ(Parse(FreshOptions(), {"img", "--ini"}), "Missing value for --ini");
+    EXPECT_EQ(Parse(FreshOptions(), {"img", "--ini", "-x"}), "Missing value for --ini");
+    EXPECT_EQ(Parse(FreshOptions(), {"img", "--ini", "/no/such/missing.ini"}),
+              "Couldn't open ini file /no/such/missing.ini");
+    EXPECT_EQ(Parse(FreshOptions(), {"img", "--nosuch"}), "Unknown option --nosuch");
+    EXPECT_EQ(Parse(FreshOptions(), {"img", "-"}), "Unknown option --");
+    EXPECT_EQ(Parse(FreshOptions(), {"img", "--"}), "Unknown option --");
+    EXPECT_EQ(Parse(FreshOptions(), {"img", "--version"}), "Unknown option --version");
+    EXPECT_EQ(Parse(FreshOptions(), {"img", "--descriptor", "\"a", "b"}), "Quoted string not terminated");
+    EXPECT_EQ(Parse(FreshOptions(), {"img", "--nosuch", "-h"}), "Unknown option --nosuch");
+    EXPECT_EQ(Parse(FreshOptions(), {"-h", "--nosuch"}), "help");
+    EXPECT_EQ(Parse(FreshOptions(), {"img", "--help"}), "help");
+}
+
+TEST(CmdOptionsParse, StoresValuesFlagsAndPositionals)
+{
+    CmdOptions& options = FreshOptions();
+    EXPECT_EQ(Parse(options, {"--keepLimited", "5", "img", "--batch", "file", "--keepLimited", "7", "-v", "3"}), "");
+    EXPECT_EQ(options.GetString("keepLimited", "x"), "7");
+    EXPECT_EQ(options.GetString("batch", "x"), "1");
+    EXPECT_EQ(options.GetString("verb", "x"), "3");
+    EXPECT_EQ(options.GetString("v", "x"), "3");
+    // The flag does not take the next entry: it stays positional.
+    ASSERT_EQ(options.GetArgCount(), 2u);
+    EXPECT_EQ(options.GetArg(0), "img");
+    EXPECT_EQ(options.GetArg(1), "file");
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(options.GetArg(2), "");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "CmdOptions: no argument 2\n");
+    EXPECT_EQ(options.GetAllArgs().size(), 9u);
+
+    CmdOptions& second = FreshOptions();
+    EXPECT_EQ(Parse(second, {"--v", "4", "--surf-haar-size", "5", "nil", "-a-recGauss"}), "");
+    EXPECT_EQ(second.GetString("verb", ""), "4");
+    EXPECT_EQ(second.GetString("surf-haar-size", ""), "5");
+    EXPECT_EQ(second.GetString("recGauss", ""), "1");
+    EXPECT_EQ(second.GetArgFile(0), "");
+    EXPECT_EQ(second.GetArg(0), "nil");
+}
+
+TEST(CmdOptionsParse, HandlesQuotedValuesAndPositionals)
+{
+    CmdOptions& options = FreshOptions();
+    EXPECT_EQ(Parse(options, {"\"my image.jpg\"", "--descriptor", "\"rgb", "sift\"", "\"open"}), "");
+    EXPECT_EQ(options.GetString("descriptor", ""), "rgb sift");
+    EXPECT_EQ(options.GetArg(0), "my image.jpg");
+    // A leading quote without a closing one loses its last character all the same.
+    EXPECT_EQ(options.GetArg(1), "ope");
+
+    CmdOptions& twice = FreshOptions();
+    EXPECT_EQ(Parse(twice, {"img", "--descriptor", "\"\"a\"\""}), "");
+    EXPECT_EQ(twice.GetString("descriptor", ""), "a");
+
+    CmdOptions& lone = FreshOptions();
+    EXPECT_EQ(Parse(lone, {"img", "--descriptor", "\""}), "");
+    EXPECT_EQ(lone.GetString("descriptor", "x"), "");
+}
+
+TEST(CmdOptionsParse, PrefixedDataOptionsComeIntoBeing)
+{
+    CmdOptions& options = FreshOptions();
+    EXPECT_EQ(options.GetString("data::images", "absent"), "absent");
+    EXPECT_EQ(Parse(options, {"img", "--data::images", "/srv/img", "--dataServer::b", "host:1"}), "");
+    EXPECT_EQ(options.GetString("data::images", ""), "/srv/img");
+    EXPECT_EQ(options.GetString("dataServer::b", ""), "host:1");
+}
+
+TEST(CmdOptionsIni, IniFileSetsKnownAndUnknownKeysBeforeTheCommandLine)
+{
+    TestSupport::TempDir dir;
+    std::string ini = dir.File("a.ini");
+    TestSupport::WriteTextFile(ini, "# a comment\n"
+                                    "keepLimited -1\n"
+                                    "descriptor \"rgb sift\" trailing\n"
+                                    "  extraKey value1 rest\n"
+                                    "novalue\n"
+                                    "extraKey value2\n"
+                                    "surf-haar-size 9\n");
+    auto map = Tavlin::ReadConfigFile(ini);
+    EXPECT_EQ(map.size(), 4u);
+    EXPECT_EQ(map["extraKey"], "value2");
+    EXPECT_EQ(map["descriptor"], "rgb sift");
+    EXPECT_EQ(map.count("novalue"), 0u);
+    EXPECT_TRUE(Tavlin::ReadConfigFile(dir.File("missing.ini")).empty());
+
+    CmdOptions& options = FreshOptions();
+    std::string other = dir.File("b.ini");
+    TestSupport::WriteTextFile(other, "keepLimited 99\n");
+    EXPECT_EQ(Parse(options, {"img", "--ini", ini, "--surf-haar-size", "4", "--ini", other}), "");
+    EXPECT_EQ(options.GetString("keepLimited", ""), "-1");
+    EXPECT_EQ(options.GetInt("keepLimited", 0), -1);
+    EXPECT_EQ(options.GetString("surf-haar-size", ""), "4");
+    EXPECT_EQ(options.GetString("extraKey", ""), "value2");
+    // Only the first --ini is read; the second is an ordinary option value.
+    EXPECT_EQ(options.GetString("ini", ""), other);
+    EXPECT_EQ(options.GetArgCount(), 1u);
+}
+
+TEST(CmdOptionsValues, BooleanAndNumberRules)
+{
+    CmdOptions& options = FreshOptions();
+    const char* trueValues[] = {"1", "yes", "true", "7", "2abc"};
+    const char* falseValues[] = {"0", "no", "false", "off", "", "abc"};
+    for (const char* value : trueValues)
+    {
+        ASSERT_EQ(Parse(options, {"img", "--descriptor", value}), "") << value;
+        EXPECT_TRUE(options.GetBool("descriptor")) << value;
+    }
+    for (const char* value : falseValues)
+    {
+        FreshOptions().AddOption(0, "flagProbe", "x", value);
+        EXPECT_FALSE(options.GetBool("flagProbe")) << value;
+    }
+    EXPECT_FALSE(options.GetBool("no-such-option"));
+    EXPECT_EQ(options.GetInt("no-such-option", 17), 17);
+    EXPECT_EQ(options.GetString("no-such-option", "dflt"), "dflt");
+    EXPECT_EQ(options.GetString("descriptor", "dflt"), "");
+    options.AddOption(0, "number", "n", "12abc");
+    EXPECT_EQ(options.GetInt("number", 5), 12);
+}
+
+TEST(CmdOptionsRegistration, EnvironmentFirstRowWinsAndHiddenRowsStayUsable)
+{
+    setenv("LUMISKPROBE", "from-upper", 1);
+    unsetenv("lumiskprobe");
+    CmdOptions& options = FreshOptions();
+    options.AddOption(0, "lumiskprobe", "x", "dflt", nullptr, true);
+    EXPECT_EQ(options.GetString("lumiskprobe", ""), "from-upper");
+    setenv("lumiskprobe", "from-name", 1);
+    options.AddOption(0, "lumiskprobe2", "x", "dflt", nullptr, false);
+    EXPECT_EQ(options.GetString("lumiskprobe2", ""), "dflt");
+    unsetenv("lumiskprobe");
+    unsetenv("LUMISKPROBE");
+
+    options.AddOption(0, "keepLimited", "count", "second-row");
+    EXPECT_EQ(options.GetString("keepLimited", ""), "-1");
+
+    options.HideOption("keepLimited");
+    options.HideOption("nosuch");
+    EXPECT_EQ(Parse(options, {"img", "--keepLimited", "3"}), "");
+    EXPECT_EQ(options.GetString("keepLimited", ""), "3");
+}
+
+TEST(CmdOptionsUsage, ListsVisibleRowsInTheExactFormat)
+{
+    CmdOptions& options = CmdOptions::GetInstance();
+    options.Reset();
+    options.AddOption('s', "src", "type", "", "dx|avi");
+    options.AddOption(0, "fromIni", "read from ini file", "x");
+    for (const char* name : {"debugCat", "logProperties", "logLayout", "showProgress", "debug", "logPriority",
+                             "logFile", "noErrorLog", "jobErrorLog", "exitOnErrorLogged", "logFlushOutput"})
+        options.HideOption(name);
+    testing::internal::CaptureStdout();
+    options.ShowUsage("prog", "file");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "\n"
+                                                       "Usage : prog file\n"
+                                                       "\n"
+                                                       "  Options:\n"
+                                                       "    -h  --help\n"
+                                                       "        --version\n"
+                                                       "    -v  --verb level [default: 0]\n"
+                                                       "        --ini filename\n"
+                                                       "    -s  --src type [type in dx|avi]\n");
+}
