@@ -46,15 +46,19 @@ bool FlagValue(const std::string& value)
     return atoi(value) != 0 || value == "yes" || value == "true";
 }
 
-} // namespace
+log4cpp::Category& DriverLog()
+{
+    static log4cpp::Category& sLog = log4cpp::Category::getInstance("Sandbox.vesk.mainLumisk");
+    return sLog;
+}
 
-int mainLumisk(int argc, char** argv)
+int RunLumisk(int argc, char** argv)
 {
     CmdOptions& options = CmdOptions::GetInstance();
     options.Initialise(false, false, false);
     Core::Feature::InterestPointFeature::AddCmdOptions();
 
-    static log4cpp::Category& sLog = log4cpp::Category::getInstance("Sandbox.vesk.mainLumisk");
+    log4cpp::Category& sLog = DriverLog();
 
     options.AddOption(0, "data", "path", ".", nullptr, true);
     options.AddOption(0, "override", "", "1");
@@ -115,6 +119,27 @@ int mainLumisk(int argc, char** argv)
     TLOG_INFO(sLog, "Completed in " << Timer::Format(totalTimer.SplitTime()));
     (void)properties;
     return 0;
+}
+
+} // namespace
+
+int mainLumisk(int argc, char** argv)
+{
+    // Deep code signals a few impossible configurations by throwing; a run must still
+    // end with a message and a status, never with an abort.
+    try
+    {
+        return RunLumisk(argc, argv);
+    }
+    catch (const char* text)
+    {
+        TLOG_ERROR(DriverLog(), "[ERROR] " << text);
+    }
+    catch (const std::exception& error)
+    {
+        TLOG_ERROR(DriverLog(), "[ERROR] " << error.what());
+    }
+    return 1;
 }
 
 } // namespace Vesk

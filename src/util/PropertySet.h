@@ -10,8 +10,15 @@
 
 namespace Tavlin
 {
+namespace Persistency
+{
+class File;
+}
+
 namespace Util
 {
+
+class IOBuffer;
 
 class PropertySet
 {
@@ -40,6 +47,16 @@ private:
 
 // Adds every pair of source to target; existing keys take the new value in place.
 void Append(PropertySet* target, const PropertySet* source);
+
+// Adds the pairs of the buffer's next line to set. A line holding ":" is the older
+// scored form "value: <number>", whose number becomes the key "value", followed by a
+// line of pairs.
+void Read(PropertySet* set, IOBuffer* buffer);
+// False when the file gives no buffer.
+bool Read(PropertySet* set, Persistency::File file);
+// The text form in one line; false for a null or invalid buffer.
+bool Write(PropertySet* set, IOBuffer* buffer);
+bool Write(PropertySet* set, Persistency::File file);
 
 // The text form: key=value and one blank per pair.
 std::ostream& operator<<(std::ostream& out, const PropertySet& set);

@@ -1,0 +1,33 @@
+// Writer of the raw array file (see ReadRaw.h): one array, binary, either plain
+// (binary 1, version 1 header) or compressed (binary 3, version 3 header) in runs of
+// rows of at most 16 MiB, each run one chunked zlib stream. A row wider than that
+// leaves the run length 0, which means plain storage under the version 3 header. An
+// array without border width goes out in one Write. Instance: Array2dReal64.
+#ifndef TAVLIN_CORE_ARRAY_WRITERAW_H
+#define TAVLIN_CORE_ARRAY_WRITERAW_H
+
+#include "core/array/Array2dTem.h"
+
+namespace Tavlin
+{
+namespace Util
+{
+class IOBuffer;
+}
+
+namespace Core
+{
+namespace Array
+{
+
+// binary: 1 plain, 3 zlib; 2 is taken for 1; 0 (text) is refused with an error.
+template <class ArrayT>
+void WriteRaw(ArrayT* array, Util::IOBuffer* buffer, int binary);
+
+extern template void WriteRaw<Array2dReal64>(Array2dReal64*, Util::IOBuffer*, int);
+
+} // namespace Array
+} // namespace Core
+} // namespace Tavlin
+
+#endif

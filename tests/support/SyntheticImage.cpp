@@ -1,0 +1,66 @@
+#include "support/SyntheticImage.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace TestSupport
+{
+
+Array2dReal64* MakePlane(long long width, long long height, long long border,
+                         const std::function<double(long long, long long)>& f)
+{
+    Array2dReal64* a = new Array2dReal64(width, height, border, border);
+    std::fill(a->Data(), a->Data() + a->DataSize(), kBorderSentinel);
+    for (long long y = 0; y < height; ++y)
+        for (long long x = 0; x < width; ++x)
+            *a->PixelPtr(x, y) = f(x, y);
+    return a;
+}
+
+Array2dReal64* MakeRandomPlane(long long width, long long height, long long border, uint32_t seed, double low,
+                               double high)
+{
+    uint32_t state = seed;
+    return MakePlane(width, height, border, [&](long long, long long) {
+        state = state * 1664525u + 1013904223u;
+        return low + (high - low) * ((state >> 8) / 16777216.0);
+    });
+}
+
+Array2dVec3Real64* MakeColourImage(long long width, long long height,
+                                   const std::function<double(long long, long long, int)>& f)
+{
+    Array2dVec3Real64* a = new Array2dVec3Real64(width, height, 0, 0);
+    for (long long y = 0; y < height; ++y)
+        for (long long x = 0; x < width; ++x)
+            for (int c = 0; c < 3; ++c)
+                a->PixelPtr(x, y)[c] = f(x, y, c);
+    return a;
+}
+
+Array2dVec3UInt8* MakeColourImage8(long long width, long long height,
+                                   const std::function<int(long long, long long, int)>& f)
+{
+    Array2dVec3UInt8* a = new Array2dVec3UInt8(width, height, 0, 0);
+    for (long long y = 0; y < height; ++y)
+        for (long long x = 0; x < width; ++x)
+            for (int c = 0; c < 3; ++c)
+                a->PixelPtr(x, y)[c] = static_cast<unsigned char>(f(x, y, c));
+    return a;
+}
+
+double MaxAbsDiff(Array2dReal64* a, Array2dReal64* b, long long margin)
+{
+    double worst = 0.0;
+    for (long long y = margin; y < a->Height() - margin; ++y)
+        for (long long x = margin; x < a->Width() - margin; ++x)
+        {
+            const double diff = std::fabs(*a->PixelPtr(x, y) - *b->PixelPtr(x, y));
+            if (std::isnan(diff))
+                return HUGE_VAL;
+            worst = std::max(worst, diff);
+        }
+    return worst;
+}
+
+} // namespace TestSupport
