@@ -1,14 +1,21 @@
 #include "main/mainLumisk.h"
 
 #include <iostream>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "basis/CmdOptions.h"
+#include "basis/FileName.h"
 #include "basis/Report.h"
 #include "basis/String.h"
 #include "basis/Timer.h"
 #include "core/feature/InterestPointFeature.h"
+#include "persistency/File.h"
+#include "persistency/FileLocator.h"
+#include "persistency/Locator.h"
+#include "persistency/RepositoryInFileSystem.h"
+#include "util/IOBuffer.h"
 #include "util/PropertySet.h"
 
 namespace Tavlin
@@ -40,6 +47,30 @@ const char* const sHiddenOptions[] = {
     "data",           "descriptorOpponentWeight",
     "surf-haar-size", "surf-spaciality",
     "surf-subregion-size"};
+
+// One image name per line; blank lines and "#" comment lines are skipped, nothing is
+// trimmed. A batch file that can not be opened gives an empty list.
+void ReadBatchFile(const std::string& name, std::vector<std::string>& inputs)
+{
+    std::unique_ptr<Util::IOBuffer> buffer(Persistency::RepositoryGetFile(name, false, false).GetReadBuffer());
+    if (!buffer || !buffer->Valid())
+        return;
+    while (buffer->Available() != 0)
+    {
+        std::string line = buffer->ReadLine();
+        if (!line.empty() && line[0] != '#')
+            inputs.push_back(line);
+    }
+}
+
+// The file an option names for one input: in a batch the option names a directory and
+// the file inside it is the input's base name plus ".bin".
+Persistency::File ResolveFile(const std::string& value, bool batch, const std::string& base, bool write)
+{
+    if (value.empty())
+        return Persistency::File();
+    return Persistency::RepositoryGetFile(batch ? FileNameConcat(value, base + ".bin") : value, write, false);
+}
 
 bool FlagValue(const std::string& value)
 {
@@ -93,24 +124,46 @@ int RunLumisk(int argc, char** argv)
     Timer totalTimer(1);
     totalTimer.Start();
 
-    if (!options.GetString("codebook", "").empty())
+    const std::string codebookName = options.GetString("codebook", "");
+    if (!codebookName.empty())
     {
-        // Codebook files can not be opened by this build: the buffer stays null.
-        TLOG_ERROR(sLog, "SetCodebook: IOBuffer is 0");
-        TLOG_INFO(sLog, "Loaded codebook at " << totalTimer.SplitTimeStr(1.0));
+        Persistency::FileLocator locator(Persistency::Locator("file:", "direct"), codebookName);
+        Persistency::File file = Persistency::RepositoryInFileSystem::GetInstance().GetFile(locator, false, false);
+        std::unique_ptr<Util::IOBuffer> buffer(file.GetReadBuffer());
+        if (!buffer)
+            TLOG_ERROR(sLog, "SetCodebook: IOBuffer is 0");
+        // Projection onto a codebook is not part of this build; running on without it
+        // would write unprojected files under the name of projected ones.
+        TLOG_ERROR(sLog, "[ERROR] Codebook projection is not available in this build: " << codebookName);
+        return 1;
     }
 
     std::vector<std::string> inputs;
-    std::string input = options.GetArgFile(0);
+    const std::string input = options.GetArgFile(0);
     if (!batch)
         inputs.push_back(input);
-    // Batch files need the file system, which this build does not have yet: the list
-    // stays empty, as for a batch file that can not be opened.
+    else
+        ReadBatchFile(input, inputs);
+
+    const std::string loadRegions = options.GetString("loadRegions", "");
+    const std::string saveRegions = options.GetString("saveRegions", "");
+    const std::string output = options.GetString("output", "");
 
     for (const std::string& entry : inputs)
     {
         if (entry.empty())
             continue;
+        const std::string base = FileNameBase(entry);
+        Persistency::File inputFile = Persistency::RepositoryGetFile(entry, false, false);
+        // Writable files are resolved first, so their directories exist before decoding.
+        Persistency::File loadRegionsFile = ResolveFile(loadRegions, batch, base, false);
+        Persistency::File saveRegionsFile = ResolveFile(saveRegions, batch, base, true);
+        Persistency::File outputFile = ResolveFile(output, batch, base, true);
+        (void)inputFile;
+        (void)loadRegionsFile;
+        (void)saveRegionsFile;
+        (void)outputFile;
+
         // No image decoder in this build: every input is unreadable.
         TLOG_ERROR(sLog, "[ERROR] Could not read input file: is it really a valid image? " << entry);
         return 1;

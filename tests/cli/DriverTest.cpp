@@ -165,3 +165,33 @@ TEST(DriverLogging, UnwritableErrorLogEndsTheRun)
     auto quiet = RunLumisk({"nil", "--noErrorLog"}, locked);
     EXPECT_EQ(quiet.status, 0);
 }
+
+TEST(DriverFiles, BatchFilesAndOutputDirectories)
+{
+    TempDir dir;
+    WriteTextFile(dir.File("list.txt"), "# only comments\n\n# and blank lines\n");
+    auto quiet = RunLumisk({"--batch", "list.txt"}, dir.Path());
+    EXPECT_EQ(quiet.status, 0);
+    EXPECT_NE(quiet.out.find("Completed in "), std::string::npos);
+
+    WriteTextFile(dir.File("missing.txt"), "# first\nno-such.jpg\nnever-tried.jpg\n");
+    auto missing = RunLumisk({"--batch", "missing.txt", "--output", "out"}, dir.Path());
+    EXPECT_EQ(missing.status, 1);
+    size_t unable = missing.out.find("Unable to find no-such.jpg");
+    size_t driver = missing.out.find("Could not read input file: is it really a valid image? no-such.jpg");
+    EXPECT_NE(unable, std::string::npos) << missing.out;
+    EXPECT_NE(driver, std::string::npos);
+    EXPECT_LT(unable, driver);
+    EXPECT_EQ(CountOf(missing.out, "never-tried.jpg"), 0);
+    // In a batch --output names a directory; it exists before the image is read.
+    EXPECT_TRUE(PathExists(dir.File("out")));
+
+    auto single = RunLumisk({"x.jpg", "--output", "sub/dir/x.txt", "--saveRegions", "r/s.txt"}, dir.Path());
+    EXPECT_EQ(single.status, 1);
+    EXPECT_TRUE(PathExists(dir.File("sub/dir")));
+    EXPECT_TRUE(PathExists(dir.File("r")));
+    EXPECT_FALSE(PathExists(dir.File("sub/dir/x.txt")));
+
+    auto absentBatch = RunLumisk({"--batch", "no-such-list.txt"}, dir.Path());
+    EXPECT_EQ(absentBatch.status, 0);
+}
