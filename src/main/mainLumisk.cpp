@@ -124,6 +124,8 @@ int RunLumisk(int argc, char** argv)
     Timer totalTimer(1);
     totalTimer.Start();
 
+    Core::Feature::InterestPointFeature feature(*properties);
+
     const std::string codebookName = options.GetString("codebook", "");
     if (!codebookName.empty())
     {
@@ -170,7 +172,6 @@ int RunLumisk(int argc, char** argv)
     }
 
     TLOG_INFO(sLog, "Completed in " << Timer::Format(totalTimer.SplitTime()));
-    (void)properties;
     return 0;
 }
 

@@ -1,7 +1,16 @@
-// The one object that knows the whole configuration of an extraction: its options,
-// its name, and the run from image to descriptor file.
+// The one object that knows the whole configuration of an extraction: it registers the
+// pipeline's options, reads them from a property snapshot (never from the command line,
+// so it can be driven without one), composes the feature's name, and runs the pipeline.
 #ifndef TAVLIN_CORE_FEATURE_INTERESTPOINTFEATURE_H
 #define TAVLIN_CORE_FEATURE_INTERESTPOINTFEATURE_H
+
+#include <string>
+#include <vector>
+
+#include "core/feature/FeatureDefinition.h"
+#include "util/PropertySet.h"
+#include "util/Random.h"
+#include "util/TimeStats.h"
 
 namespace Tavlin
 {
@@ -15,6 +24,41 @@ class InterestPointFeature
 public:
     // Registers the pipeline's options on the CmdOptions singleton.
     static void AddCmdOptions();
+
+    explicit InterestPointFeature(Util::PropertySet& properties);
+    InterestPointFeature(const InterestPointFeature&) = delete;
+    InterestPointFeature& operator=(const InterestPointFeature&) = delete;
+
+    const std::string& GetName() const { return mName; }
+    const FeatureDefinition& GetFeatureDefinition() const { return mFeatureDefinition; }
+    const std::vector<double>& GetScales() const { return mScales; }
+    int GetBorderWidth() const { return mBorderWidth; }
+    int GetKeepLimited() const { return mKeepLimited; }
+    bool GetRecGauss() const { return mRecGauss; }
+    bool GetClusterInput() const { return mClusterInput; }
+    const std::string& GetOutputFormat() const { return mOutputFormat; }
+    Util::Random& GetRandom() { return mRandom; }
+    Util::TimeStats& GetTimeStats() { return mTimeStats; }
+    int GetSurfHaarSize() const { return mSurfHaarSize; }
+    int GetSurfSubregionSize() const { return mSurfSubregionSize; }
+    int GetSurfSpaciality() const { return mSurfSpaciality; }
+
+private:
+    bool mClusterInput = false;
+    Util::TimeStats mTimeStats{1};
+    int mVerbose = 0;
+    int mBorderWidth = 0;
+    bool mRecGauss = false;
+    std::string mName;
+    FeatureDefinition mFeatureDefinition;
+    int mKeepLimited = 0;
+    std::string mOutputFormat;
+    std::vector<double> mScales;
+    int mSurfHaarSize = 0;
+    int mSurfSubregionSize = 0;
+    int mSurfSpaciality = 0;
+    Util::PropertySet* mProperties = nullptr;
+    Util::Random mRandom;
 };
 
 } // namespace Feature
