@@ -25,6 +25,13 @@ inline double ValComponent(double v, int) { return v; }
 inline double ValComponent(const Vec3Real64& v, int c) { return v[c]; }
 inline int32_t ValComponent(const Vec3Int32& v, int c) { return v[c]; }
 
+inline double Scale(double s, double v) { return s * v; }
+// A 32-bit integer product that wraps around instead of overflowing.
+inline int32_t Scale(unsigned char s, int32_t v)
+{
+    return static_cast<int32_t>(static_cast<uint32_t>(s) * static_cast<uint32_t>(v));
+}
+
 // op(d, s, c) for every stored value of the image, c the channel.
 template <class DstT, class SrcT, class Op>
 void UnaryLoop(DstT*& dst, SrcT* src, Op op)
@@ -107,12 +114,13 @@ void AddVal(DstT*& dst, SrcT* src, double v)
     ElementWiseDetail::UnaryLoop(dst, src, [v](double& d, double s, int) { d = s + v; });
 }
 
-// Channel by channel; a Vec3Int32 factor multiplies 8-bit values as 32-bit integers.
+// Channel by channel; a Vec3Int32 factor multiplies 8-bit values as 32-bit integers,
+// wrapping around on overflow.
 template <class DstT, class SrcT, class ValT>
 void MulVal(DstT*& dst, SrcT* src, const ValT& v)
 {
     ElementWiseDetail::UnaryLoop(dst, src, [&v](typename DstT::StorType& d, const typename SrcT::StorType& s, int c) {
-        d = static_cast<typename DstT::StorType>(s * ElementWiseDetail::ValComponent(v, c));
+        d = static_cast<typename DstT::StorType>(ElementWiseDetail::Scale(s, ElementWiseDetail::ValComponent(v, c)));
     });
 }
 

@@ -111,7 +111,7 @@ TEST(ElementWise, ColourScalingAndPower)
     ASSERT_NE(scaled, nullptr);
     EXPECT_EQ(scaled->PixelPtr(0, 0)[0], 30.0);
     EXPECT_EQ(scaled->PixelPtr(0, 0)[1], -20.0);
-    // 30 x 1e8 does not fit 32 bits: the product is taken in 32-bit integers.
+    // 30 x 1e8 does not fit 32 bits: the product wraps around as a 32-bit integer.
     EXPECT_EQ(scaled->PixelPtr(0, 0)[2], static_cast<double>(static_cast<int32_t>(30u * 100000000u)));
     EXPECT_EQ(scaled->PixelPtr(1, 0)[0], 765.0);
 

@@ -1,0 +1,31 @@
+// Separable convolution of a plane with a horizontal and a vertical kernel, over
+// mirrored borders: equal to a 2-D correlation with the mirrored image. Kernels are
+// Array2dReal64 of height 1 and odd width, centre in the middle.
+#ifndef TAVLIN_CORE_ARRAY_CONVKERNELSEPARATED_H
+#define TAVLIN_CORE_ARRAY_CONVKERNELSEPARATED_H
+
+#include "core/array/Array2dTem.h"
+
+namespace Tavlin
+{
+namespace Util
+{
+class TimePlot;
+}
+
+namespace Core
+{
+namespace Array
+{
+
+// dispatchId 6 is the default loop order. The source is used as it stands when its
+// border is wide enough, and then its border is overwritten; otherwise a widened copy
+// is made. A null dst, or one that is the working source, is created anew.
+void ConvKernelSeparated(Array2dReal64*& dst, Array2dReal64* src, Array2dReal64* kernelX, Array2dReal64* kernelY,
+                         int dispatchId, Util::TimePlot* plot);
+
+} // namespace Array
+} // namespace Core
+} // namespace Tavlin
+
+#endif

@@ -1,0 +1,123 @@
+// The generic one-dimensional passes of separable convolution, horizontal (_H) and
+// vertical (_V), with the multiply and accumulate handed in as trait objects. Each
+// result pixel is sum over k of kernel[k] x source(x - n/2 + k) along the axis, added in
+// the order of k from 0.0: a correlation, the kernel is not flipped. The result array
+// drives the loops over its image; the source must carry a border of n/2 along the
+// axis, filled by the caller. Dispatch ids 0 to 2 give the same result; any other id
+// writes nothing.
+//
+// Each row is computed with the kernel loop outside and the pixel loop inside,
+// accumulating into the result row, four taps per sweep: every pixel's sum keeps its
+// order, and the independent pixels of a row go through the vector unit together.
+#ifndef TAVLIN_CORE_ARRAY_FUNCGENCONV2DSEPDISPATCH_H
+#define TAVLIN_CORE_ARRAY_FUNCGENCONV2DSEPDISPATCH_H
+
+#include "core/array/Array2dTem.h"
+#include "core/array/TraitBpo.h"
+
+namespace Tavlin
+{
+namespace Core
+{
+namespace Array
+{
+namespace Pattern
+{
+
+// d[x] += k[0] s[0][x], then k[1] s[1][x], ... for `count` (1 to 4) taps: up to four
+// terms per load and store of the running sums, in the order of the taps.
+template <class DstStor, class SrcStor, class KerStor, class MulT, class AddT>
+inline void AccumulateTaps(DstStor* __restrict d, const SrcStor* const* taps, const KerStor* k, long long count,
+                           long long width, MulT mul, AddT add)
+{
+    const SrcStor* __restrict s0 = taps[0];
+    const KerStor k0 = k[0];
+    if (count == 4)
+    {
+        const SrcStor* __restrict s1 = taps[1];
+        const SrcStor* __restrict s2 = taps[2];
+        const SrcStor* __restrict s3 = taps[3];
+        const KerStor k1 = k[1];
+        const KerStor k2 = k[2];
+        const KerStor k3 = k[3];
+        for (long long x = 0; x < width; ++x)
+        {
+            DstStor acc = d[x];
+            add(acc, mul(k0, s0[x]));
+            add(acc, mul(k1, s1[x]));
+            add(acc, mul(k2, s2[x]));
+            add(acc, mul(k3, s3[x]));
+            d[x] = acc;
+        }
+        return;
+    }
+    for (long long j = 0; j < count; ++j)
+    {
+        const SrcStor* __restrict sj = taps[j];
+        const KerStor kj = k[j];
+        for (long long x = 0; x < width; ++x)
+            add(d[x], mul(kj, sj[x]));
+    }
+}
+
+template <class DstT, class SrcT, class KerT, class MulT, class AddT>
+void FuncGenConv2dSepDispatch_H(DstT* dst, SrcT* src, KerT* kernel, MulT mul, AddT add, int dispatchId)
+{
+    if (dispatchId < 0 || dispatchId > 2)
+        return;
+    typedef typename DstT::StorType DstStor;
+    typedef typename SrcT::StorType SrcStor;
+    const long long n = kernel->mWidth;
+    const long long h = n / 2;
+    const long long width = dst->mWidth;
+    const long long height = dst->mHeight;
+    const typename KerT::StorType* k = kernel->PixelPtr(0, 0);
+    for (long long y = 0; y < height; ++y)
+    {
+        DstStor* __restrict d = dst->PixelPtr(0, y);
+        const SrcStor* s = src->PixelPtr(-h, y);
+        const SrcStor* taps[4];
+        for (long long x = 0; x < width; ++x)
+            d[x] = 0.0;
+        for (long long i = 0; i < n; i += 4)
+        {
+            for (long long j = 0; j < 4 && i + j < n; ++j)
+                taps[j] = s + i + j;
+            AccumulateTaps(d, taps, k + i, n - i < 4 ? n - i : 4, width, mul, add);
+        }
+    }
+}
+
+template <class DstT, class SrcT, class KerT, class MulT, class AddT>
+void FuncGenConv2dSepDispatch_V(DstT* dst, SrcT* src, KerT* kernel, MulT mul, AddT add, int dispatchId)
+{
+    if (dispatchId < 0 || dispatchId > 2)
+        return;
+    typedef typename DstT::StorType DstStor;
+    typedef typename SrcT::StorType SrcStor;
+    const long long n = kernel->mWidth;
+    const long long h = n / 2;
+    const long long width = dst->mWidth;
+    const long long height = dst->mHeight;
+    const typename KerT::StorType* k = kernel->PixelPtr(0, 0);
+    for (long long y = 0; y < height; ++y)
+    {
+        DstStor* __restrict d = dst->PixelPtr(0, y);
+        const SrcStor* taps[4];
+        for (long long x = 0; x < width; ++x)
+            d[x] = 0.0;
+        for (long long i = 0; i < n; i += 4)
+        {
+            for (long long j = 0; j < 4 && i + j < n; ++j)
+                taps[j] = src->PixelPtr(0, y - h + i + j);
+            AccumulateTaps(d, taps, k + i, n - i < 4 ? n - i : 4, width, mul, add);
+        }
+    }
+}
+
+} // namespace Pattern
+} // namespace Array
+} // namespace Core
+} // namespace Tavlin
+
+#endif
