@@ -1,5 +1,7 @@
 #include "main/mainLumisk.h"
 
+#include <malloc.h>
+
 #include <iostream>
 #include <memory>
 #include <string>
@@ -10,6 +12,8 @@
 #include "basis/Report.h"
 #include "basis/String.h"
 #include "basis/Timer.h"
+#include "core/array/Array2dTem.h"
+#include "core/array/ReadFile.h"
 #include "core/feature/InterestPointFeature.h"
 #include "persistency/File.h"
 #include "persistency/FileLocator.h"
@@ -85,6 +89,11 @@ log4cpp::Category& DriverLog()
 
 int RunLumisk(int argc, char** argv)
 {
+    // Keep freed planes in the heap: handing them back to the system and faulting them
+    // in again on the next filter costs more than the filtering itself.
+    mallopt(M_MMAP_THRESHOLD, 64 << 20);
+    mallopt(M_TRIM_THRESHOLD, 256 << 20);
+
     CmdOptions& options = CmdOptions::GetInstance();
     options.Initialise(false, false, false);
     Core::Feature::InterestPointFeature::AddCmdOptions();
@@ -161,14 +170,19 @@ int RunLumisk(int argc, char** argv)
         Persistency::File loadRegionsFile = ResolveFile(loadRegions, batch, base, false);
         Persistency::File saveRegionsFile = ResolveFile(saveRegions, batch, base, true);
         Persistency::File outputFile = ResolveFile(output, batch, base, true);
-        (void)inputFile;
         (void)loadRegionsFile;
         (void)saveRegionsFile;
         (void)outputFile;
 
-        // No image decoder in this build: every input is unreadable.
-        TLOG_ERROR(sLog, "[ERROR] Could not read input file: is it really a valid image? " << entry);
-        return 1;
+        Core::Array::Array2dVec3UInt8* image = nullptr;
+        Core::Array::ReadFile(image, inputFile);
+        if (!image)
+        {
+            TLOG_ERROR(sLog, "[ERROR] Could not read input file: is it really a valid image? " << entry);
+            return 1;
+        }
+        TLOG_INFO(sLog, "Loaded " << entry << " at " << Timer::Format(totalTimer.SplitTime()));
+        delete image;
     }
 
     TLOG_INFO(sLog, "Completed in " << Timer::Format(totalTimer.SplitTime()));

@@ -3,6 +3,7 @@
 
 #include <unistd.h>
 
+#include "support/ImageCodecs.h"
 #include "support/TestSupport.h"
 
 using TestSupport::CountOf;
@@ -194,4 +195,39 @@ TEST(DriverFiles, BatchFilesAndOutputDirectories)
 
     auto absentBatch = RunLumisk({"--batch", "no-such-list.txt"}, dir.Path());
     EXPECT_EQ(absentBatch.status, 0);
+}
+
+TEST(DriverImages, DecodesInputsAndStopsAtTheFirstUnreadableOne)
+{
+    TempDir dir;
+    TestSupport::PlainImage picture = TestSupport::MakeTexturedImage(64, 48, 3, 5);
+    std::string jpeg = TestSupport::EncodeJpeg(picture, JCS_RGB, JCS_YCbCr, 90);
+    WriteTextFile(dir.File("photo.jpg"), jpeg);
+    auto loaded = RunLumisk({"photo.jpg"}, dir.Path());
+    EXPECT_EQ(loaded.status, 0) << loaded.out;
+    EXPECT_NE(loaded.out.find("INFO  [Sandbox.vesk.mainLumisk ] Loaded photo.jpg at 0h0m"), std::string::npos)
+        << loaded.out;
+
+    WriteTextFile(dir.File("short.jpg"), jpeg.substr(0, 13));
+    auto tiny = RunLumisk({"short.jpg"}, dir.Path());
+    EXPECT_EQ(tiny.status, 1);
+    EXPECT_NE(tiny.out.find("Buffer size too small (13) to identify file"), std::string::npos) << tiny.out;
+
+    WriteTextFile(dir.File("photo.bmp"), jpeg);
+    auto bmp = RunLumisk({"photo.bmp"}, dir.Path());
+    EXPECT_EQ(bmp.status, 1);
+    EXPECT_NE(bmp.out.find("Don't know how to read "), std::string::npos);
+
+    std::vector<unsigned char> rows(16 * 8 * 3, 200);
+    WriteTextFile(dir.File("png.jpg"), TestSupport::EncodePng(rows, 16, 8, 8, 2 /* RGB */, false));
+    auto clash = RunLumisk({"png.jpg"}, dir.Path());
+    EXPECT_EQ(clash.status, 0) << clash.out;
+    EXPECT_NE(clash.out.find("WARN  [Tavlin.Core.Array.ReadImage ]"), std::string::npos) << clash.out;
+    EXPECT_NE(clash.out.find("Loaded png.jpg"), std::string::npos);
+
+    WriteTextFile(dir.File("list.txt"), "photo.jpg\nshort.jpg\npng.jpg\n");
+    auto batch = RunLumisk({"--batch", "list.txt"}, dir.Path());
+    EXPECT_EQ(batch.status, 1);
+    EXPECT_NE(batch.out.find("Loaded photo.jpg"), std::string::npos);
+    EXPECT_EQ(CountOf(batch.out, "png.jpg"), 0);
 }
