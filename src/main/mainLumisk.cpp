@@ -170,10 +170,6 @@ int RunLumisk(int argc, char** argv)
         Persistency::File loadRegionsFile = ResolveFile(loadRegions, batch, base, false);
         Persistency::File saveRegionsFile = ResolveFile(saveRegions, batch, base, true);
         Persistency::File outputFile = ResolveFile(output, batch, base, true);
-        (void)loadRegionsFile;
-        (void)saveRegionsFile;
-        (void)outputFile;
-
         Core::Array::Array2dVec3UInt8* image = nullptr;
         Core::Array::ReadFile(image, inputFile);
         if (!image)
@@ -182,7 +178,21 @@ int RunLumisk(int argc, char** argv)
             return 1;
         }
         TLOG_INFO(sLog, "Loaded " << entry << " at " << Timer::Format(totalTimer.SplitTime()));
-        delete image;
+        std::unique_ptr<Core::Array::Array2dVec3UInt8> owned(image);
+        if (!feature.FindInterestPoints(image, Quid(0), outputFile, false, loadRegionsFile, saveRegionsFile))
+        {
+            TLOG_ERROR(sLog, "Extracting interest points/descriptors failed somehow.");
+            return 1;
+        }
+    }
+
+    // Collected cluster input is the run's result: training data for codebooks.
+    if (feature.GetClusterInput() && !output.empty())
+    {
+        Persistency::File file = Persistency::RepositoryGetFile(
+            batch ? FileNameConcat(output, "clusterinput.bin") : output, true, false);
+        if (file.Valid())
+            feature.WriteClusterInput(file);
     }
 
     TLOG_INFO(sLog, "Completed in " << Timer::Format(totalTimer.SplitTime()));

@@ -203,7 +203,7 @@ TEST(DriverImages, DecodesInputsAndStopsAtTheFirstUnreadableOne)
     TestSupport::PlainImage picture = TestSupport::MakeTexturedImage(64, 48, 3, 5);
     std::string jpeg = TestSupport::EncodeJpeg(picture, JCS_RGB, JCS_YCbCr, 90);
     WriteTextFile(dir.File("photo.jpg"), jpeg);
-    auto loaded = RunLumisk({"photo.jpg"}, dir.Path());
+    auto loaded = RunLumisk({"photo.jpg", "--detector", "none"}, dir.Path());
     EXPECT_EQ(loaded.status, 0) << loaded.out;
     EXPECT_NE(loaded.out.find("INFO  [Sandbox.vesk.mainLumisk ] Loaded photo.jpg at 0h0m"), std::string::npos)
         << loaded.out;
@@ -220,13 +220,13 @@ TEST(DriverImages, DecodesInputsAndStopsAtTheFirstUnreadableOne)
 
     std::vector<unsigned char> rows(16 * 8 * 3, 200);
     WriteTextFile(dir.File("png.jpg"), TestSupport::EncodePng(rows, 16, 8, 8, 2 /* RGB */, false));
-    auto clash = RunLumisk({"png.jpg"}, dir.Path());
+    auto clash = RunLumisk({"png.jpg", "--detector", "none"}, dir.Path());
     EXPECT_EQ(clash.status, 0) << clash.out;
     EXPECT_NE(clash.out.find("WARN  [Tavlin.Core.Array.ReadImage ]"), std::string::npos) << clash.out;
     EXPECT_NE(clash.out.find("Loaded png.jpg"), std::string::npos);
 
     WriteTextFile(dir.File("list.txt"), "photo.jpg\nshort.jpg\npng.jpg\n");
-    auto batch = RunLumisk({"--batch", "list.txt"}, dir.Path());
+    auto batch = RunLumisk({"--batch", "list.txt", "--detector", "none"}, dir.Path());
     EXPECT_EQ(batch.status, 1);
     EXPECT_NE(batch.out.find("Loaded photo.jpg"), std::string::npos);
     EXPECT_EQ(CountOf(batch.out, "png.jpg"), 0);

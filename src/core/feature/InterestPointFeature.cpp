@@ -1,10 +1,23 @@
 #include "core/feature/InterestPointFeature.h"
 
 #include <ctime>
+#include <iostream>
 #include <sstream>
 
+#include <memory>
+
 #include "basis/CmdOptions.h"
+#include "basis/Report.h"
 #include "basis/String.h"
+#include "basis/Timer.h"
+#include "core/array/ArrayFactories.h"
+#include "core/array/MakeRoi.h"
+#include "core/feature/DenseDetectors.h"
+#include "core/feature/FeatureTable.h"
+#include "core/feature/PointDescriptorIO.h"
+#include "core/feature/PointDescriptorTable.h"
+#include "core/geometry/Rectangle.h"
+#include "util/IOBuffer.h"
 #include "util/StringParser.h"
 
 namespace Tavlin
@@ -13,6 +26,12 @@ namespace Core
 {
 namespace Feature
 {
+
+namespace
+{
+log4cpp::Category& sLog = log4cpp::Category::getInstance("Tavlin.Core.Feature.InterestPointFeature");
+const char* const sNoOutput = "Warning: no output file to write to. Did you forget to specify --output?";
+} // namespace
 
 void InterestPointFeature::AddCmdOptions()
 {
@@ -115,6 +134,219 @@ InterestPointFeature::InterestPointFeature(Util::PropertySet& properties) : mPro
     const std::string opponentWeight = properties.GetString("descriptorOpponentWeight", "");
     if (!opponentWeight.empty())
         mFeatureDefinition.AddParameter<std::string>("ow", opponentWeight);
+}
+
+InterestPointFeature::~InterestPointFeature()
+{
+    delete mClusterInputData;
+}
+
+bool InterestPointFeature::FindInterestPoints(Array::Array2dVec3UInt8* image, Quid quid, Persistency::File output,
+                                              bool imageIsRegion, Persistency::File loadRegions,
+                                              Persistency::File saveRegions)
+{
+    TLOG_DEBUG(sLog, "start FindInterestPoints");
+    const std::string detector = mProperties->GetString("detector", "");
+    const std::string descriptor = mProperties->GetString("descriptor", "");
+    Timer timer(1);
+
+    std::unique_ptr<Array::Array2dVec3UInt8> region;
+    Array::Array2dVec3UInt8* working = image;
+    if (!imageIsRegion)
+    {
+        const int b = mBorderWidth;
+        int left = b, top = b;
+        int right = static_cast<int>(image->mWidth) - 1 - b;
+        int bottom = static_cast<int>(image->mHeight) - 1 - b;
+        // An image smaller than twice the border is not refused: the edges swap.
+        if (left > right)
+        {
+            left = right;
+            right = b;
+        }
+        if (top > bottom)
+        {
+            top = bottom;
+            bottom = b;
+        }
+        region.reset(Array::MakeRoi(image, Geometry::Rectangle(left, top, right, bottom)));
+        if (!region)
+            return false;
+        working = region.get();
+    }
+
+    TLOG_DEBUG(sLog, "applying detector");
+    mTimeStats.MeasureFirst();
+    std::unique_ptr<PointDescriptorTable> table;
+    if (loadRegions.Valid())
+    {
+        std::unique_ptr<Util::IOBuffer> buffer(loadRegions.GetReadBuffer());
+        if (buffer)
+            table.reset(PointDescriptorTable::ImportFromBuffer(FeatureDefinition(detector), buffer.get(), mBorderWidth));
+        if (!table)
+        {
+            TLOG_ERROR(sLog, "[ERROR] Could not load regions from " << loadRegions.GetPath());
+            return false;
+        }
+    }
+    else
+    {
+        table.reset(ApplyDetector(working, detector));
+        if (!table)
+            return false;
+    }
+
+    if (descriptor.empty())
+    {
+        if (output.Valid())
+            table->ExportToFile(output, mBorderWidth, mOutputFormat);
+        else
+            TLOG_WARN(sLog, sNoOutput);
+    }
+    if (saveRegions.Valid())
+    {
+        TLOG_DEBUG(sLog, "Saving regions");
+        table->ExportToFile(saveRegions, mBorderWidth, mOutputFormat);
+    }
+    TLOG_DEBUG(sLog, "[Timing] Region loading / applying detector finished in " << timer.SplitTimeStr());
+    TLOG_DEBUG(sLog, "computing descriptor");
+    mTimeStats.MeasureNext();
+
+    if (!descriptor.empty())
+    {
+        PointDescriptorTable* raw = table.release();
+        ComputeDescriptors(raw, working, descriptor);
+        table.reset(raw);
+        TLOG_DEBUG(sLog, "[Timing] Descriptors finished at " << timer.SplitTimeStr());
+
+        if (mKeepLimited >= 1 && mKeepLimited < table->Size())
+        {
+            TLOG_DEBUG(sLog, "reducing point count");
+            raw = table.release();
+            KeepLimited(raw);
+            table.reset(raw);
+        }
+        if (!mClusterInput)
+        {
+            TLOG_DEBUG(sLog, "writing point list");
+            if (output.Valid())
+                table->ExportToFile(output, mBorderWidth, mOutputFormat);
+            else
+                TLOG_WARN(sLog, sNoOutput);
+        }
+        else
+        {
+            AddClusterInput(*table, quid);
+        }
+    }
+
+    TLOG_DEBUG(sLog, "Completed " << mFeatureDefinition.AsString() << " in " << timer.SplitTimeStr());
+    return true;
+}
+
+void InterestPointFeature::KeepLimited(PointDescriptorTable*& table)
+{
+    const int n = table->Size();
+    std::vector<int> order(n);
+    for (int i = 0; i < n; ++i)
+        order[i] = i;
+    mRandom.Shuffle(order.data(), n);
+    std::vector<char> keep(n, 0);
+    for (int i = 0; i < mKeepLimited; ++i)
+        keep[order[i]] = 1;
+
+    auto* kept = new PointDescriptorTable(table->GetFeatureDefinition());
+    kept->Reserve(mKeepLimited, false);
+    const int length = table->GetDescriptorLength();
+    kept->SetDescriptorLength(length);
+    for (int i = 0; i < n; ++i)
+    {
+        if (!keep[i])
+            continue;
+        const int row = kept->Size();
+        kept->AddPoint(table->X()[i], table->Y()[i], table->Scale()[i], table->Orientation()[i],
+                       table->Cornerness()[i]);
+        std::copy(table->GetDescriptor(i), table->GetDescriptor(i) + length, kept->GetDescriptor(row));
+    }
+    delete table;
+    table = kept;
+}
+
+void InterestPointFeature::AddClusterInput(const PointDescriptorTable& table, Quid quid)
+{
+    TLOG_DEBUG(sLog, "doing cluster input");
+    const int length = table.GetDescriptorLength();
+    for (int i = 0; i < table.Size(); ++i)
+    {
+        if (!mClusterInputData)
+        {
+            TLOG_DEBUG(sLog, "initializing mClusterInputData");
+            FeatureDefinition definition(mFeatureDefinition.AsString());
+            definition.AddParameter<std::string>("clusterinput", "2");
+            mClusterInputData = new FeatureTable(definition, 500, length);
+        }
+        mClusterInputData->Add(quid, Vector::VectorTem<double>(length, table.GetDescriptor(i), true));
+    }
+    TLOG_DEBUG(sLog, "done with cluster input");
+}
+
+bool InterestPointFeature::WriteClusterInput(Persistency::File output) const
+{
+    std::unique_ptr<Util::IOBuffer> buffer(output.GetWriteBuffer());
+    if (!buffer)
+        return false;
+    const int rows = mClusterInputData ? mClusterInputData->Size() : 0;
+    const int length = mClusterInputData ? mClusterInputData->GetVectorLength() : 0;
+    std::unique_ptr<Array::Array2dReal64> points(Array::ArrayCreate<Array::Array2dReal64>(5, rows, 0, 0));
+    std::fill(points->mData, points->mData + static_cast<int64_t>(rows) * 5, 0.0);
+    std::unique_ptr<Array::Array2dReal64> vectors(new Array::Array2dReal64(
+        length, rows, 0, 0, mClusterInputData ? mClusterInputData->GetVector(0) : nullptr, true));
+    if (mOutputFormat == "bindesc1" || mOutputFormat == "binary")
+        return WriteBINDESC1ToBuffer(buffer.get(), points.get(), vectors.get(), "CIRCLE  ");
+    return WriteVESK1ToBuffer(buffer.get(), points.get(), vectors.get(), "CIRCLE");
+}
+
+PointDescriptorTable* InterestPointFeature::ApplyDetector(Array::Array2dVec3UInt8* image, std::string detector)
+{
+    const std::string harris = mProperties->GetString("harrisThreshold", "");
+    const std::string k = mProperties->GetString("harrisK", "");
+    const std::string laplace = mProperties->GetString("laplaceThreshold", "");
+    const double harrisThreshold = harris.empty() ? 0.0 : atof(harris);
+    const double harrisK = k.empty() ? 0.0 : atof(k);
+    const double laplaceThreshold = laplace.empty() ? 0.0 : atof(laplace);
+    (void)harrisThreshold;
+    (void)harrisK;
+    (void)laplaceThreshold;
+
+    const int spacing = mProperties->GetInt("ds_spacing", 0);
+    PointDescriptorTable* table = nullptr;
+    if (detector == "densesampling")
+        table = DenseSamplingDetector(image, spacing, mScales);
+    else if (detector == "dense")
+        table = DenseDetector(image, spacing, mScales);
+    else if (detector == "denseall")
+        table = DenseAllDetector(image, mScales);
+    else if (detector == "none")
+        table = new PointDescriptorTable(FeatureDefinition(""));
+    else
+    {
+        TLOG_ERROR(sLog, "[ERROR] Unknown detector mode: " << detector);
+        return nullptr;
+    }
+    table->SetFeatureDefinition(FeatureDefinition(detector));
+    return table;
+}
+
+void InterestPointFeature::ComputeDescriptors(PointDescriptorTable*& table, Array::Array2dVec3UInt8* image,
+                                              std::string descriptor)
+{
+    (void)table;
+    (void)image;
+    if (descriptor == "none")
+        return;
+    // Names of no other family end here, as unknown region descriptors do.
+    std::cerr << "[ERROR] Invalid descriptor name: " << descriptor << std::endl;
+    throw "Invalid descriptor name";
 }
 
 } // namespace Feature

@@ -7,7 +7,10 @@
 #include <string>
 #include <vector>
 
+#include "core/array/Array2dTem.h"
 #include "core/feature/FeatureDefinition.h"
+#include "persistency/File.h"
+#include "util/Quid.h"
 #include "util/PropertySet.h"
 #include "util/Random.h"
 #include "util/TimeStats.h"
@@ -19,6 +22,9 @@ namespace Core
 namespace Feature
 {
 
+class FeatureTable;
+class PointDescriptorTable;
+
 class InterestPointFeature
 {
 public:
@@ -26,8 +32,23 @@ public:
     static void AddCmdOptions();
 
     explicit InterestPointFeature(Util::PropertySet& properties);
+    ~InterestPointFeature();
     InterestPointFeature(const InterestPointFeature&) = delete;
     InterestPointFeature& operator=(const InterestPointFeature&) = delete;
+
+    // Runs one image: points (detected or loaded), regions file, descriptors, thinning,
+    // output. False when the image could not be processed (an unknown detector, a
+    // regions file that could not be read); the error is logged.
+    bool FindInterestPoints(Array::Array2dVec3UInt8* image, Quid quid, Persistency::File output, bool imageIsRegion,
+                            Persistency::File loadRegions, Persistency::File saveRegions);
+    // A new table of the detector's points; null after a reported unknown name.
+    PointDescriptorTable* ApplyDetector(Array::Array2dVec3UInt8* image, std::string detector);
+    // Fills the table's descriptors; some routines replace the table.
+    void ComputeDescriptors(PointDescriptorTable*& table, Array::Array2dVec3UInt8* image, std::string descriptor);
+
+    // Writes the collected cluster input (point columns 0) in the output format.
+    bool WriteClusterInput(Persistency::File output) const;
+    const FeatureTable* GetClusterInputData() const { return mClusterInputData; }
 
     const std::string& GetName() const { return mName; }
     const FeatureDefinition& GetFeatureDefinition() const { return mFeatureDefinition; }
@@ -44,7 +65,12 @@ public:
     int GetSurfSpaciality() const { return mSurfSpaciality; }
 
 private:
+    // Keeps mKeepLimited rows chosen by the shuffle of mRandom, in their order.
+    void KeepLimited(PointDescriptorTable*& table);
+    void AddClusterInput(const PointDescriptorTable& table, Quid quid);
+
     bool mClusterInput = false;
+    FeatureTable* mClusterInputData = nullptr;
     Util::TimeStats mTimeStats{1};
     int mVerbose = 0;
     int mBorderWidth = 0;
