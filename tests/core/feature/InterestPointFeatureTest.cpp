@@ -2,7 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include <stdlib.h>
+
+#include <algorithm>
+#include <memory>
+
 #include "basis/CmdOptions.h"
+#include "core/feature/PointDescriptorTable.h"
+#include "persistency/RepositoryInFileSystem.h"
+#include "support/TestSupport.h"
+#include "util/IOBuffer.h"
 
 using Tavlin::Core::Feature::InterestPointFeature;
 using Tavlin::Util::PropertySet;
@@ -79,4 +88,65 @@ TEST(InterestPointFeatureConfig, ReadsItsMembersFromTheSnapshot)
     uint64_t expected = (static_cast<uint64_t>(std::time(nullptr)) ^ 0x5DEECE66DULL) & ((1ULL << 48) - 1);
     uint64_t seed = InterestPointFeature(clocked).GetRandom().GetSeed();
     EXPECT_LE(expected - seed, 1u);
+}
+
+namespace
+{
+// The bounded draw of the 48-bit generator, from glibc's nrand48 as an oracle.
+int OracleDraw(unsigned short state[3], int bound)
+{
+    if ((bound & (bound - 1)) == 0)
+        return static_cast<int>((static_cast<int64_t>(bound) * nrand48(state)) >> 31);
+    long draw, value;
+    do
+    {
+        draw = nrand48(state);
+        value = draw % bound;
+    } while (draw - value + (bound - 1) > 0x7fffffffL);
+    return static_cast<int>(value);
+}
+} // namespace
+
+TEST(InterestPointFeatureKeepLimited, KeepsTheRowsAnIndependentShufflePicks)
+{
+    TestSupport::TempDir dir;
+    PropertySet set = Snapshot({{"detector", "densesampling"}, {"descriptor", "none"}, {"keepLimited", "7"},
+                                {"noRandomizeSeed", "1"}});
+    InterestPointFeature feature(set);
+    Tavlin::Core::Array::Array2dVec3UInt8 image(60, 40, 0, 0);
+    std::unique_ptr<Tavlin::Core::Feature::PointDescriptorTable> all(
+        feature.ApplyDetector(&image, "densesampling"));
+    const int n = all->Size();
+    ASSERT_GT(n, 20);
+
+    // Two images drawn from one running generator: each run's file against a replay
+    // of the shuffles with glibc's generator.
+    unsigned short state[3] = {0xE66C, 0xDEEC, 0x5};
+    for (int run = 0; run < 2; ++run)
+    {
+        std::string name = dir.File("kept" + std::to_string(run) + ".txt");
+        ASSERT_TRUE(feature.FindInterestPoints(&image, Tavlin::Quid(0),
+                                               Tavlin::Persistency::RepositoryGetFile(name, true, false), false,
+                                               Tavlin::Persistency::File(), Tavlin::Persistency::File()));
+        std::vector<int> order(n);
+        for (int i = 0; i < n; ++i)
+            order[i] = i;
+        for (int i = 1; i < n; ++i)
+            std::swap(order[i], order[OracleDraw(state, i + 1)]);
+        std::vector<int> chosen(order.begin(), order.begin() + 7);
+        std::sort(chosen.begin(), chosen.end());
+
+        std::unique_ptr<Tavlin::Util::IOBuffer> buffer(
+            Tavlin::Persistency::RepositoryGetFile(name, false, false).GetReadBuffer());
+        std::unique_ptr<Tavlin::Core::Feature::PointDescriptorTable> kept(
+            Tavlin::Core::Feature::PointDescriptorTable::ImportFromBuffer(
+                Tavlin::Core::Feature::FeatureDefinition(""), buffer.get(), 0));
+        ASSERT_TRUE(kept);
+        ASSERT_EQ(kept->Size(), 7);
+        for (int i = 0; i < 7; ++i)
+        {
+            EXPECT_EQ(kept->X()[i], all->X()[chosen[i]]) << run << " " << i;
+            EXPECT_EQ(kept->Y()[i], all->Y()[chosen[i]]) << run << " " << i;
+        }
+    }
 }
