@@ -12,8 +12,11 @@
 #include "basis/Timer.h"
 #include "core/array/ArrayFactories.h"
 #include "core/array/MakeRoi.h"
+#include "core/feature/CalculateFISTDescriptors.h"
 #include "core/feature/DenseDetectors.h"
 #include "core/feature/FeatureTable.h"
+#include "core/feature/HarrisLaplaceDetector.h"
+#include "core/feature/LaplacianDetector.h"
 #include "core/feature/PointDescriptorIO.h"
 #include "core/feature/PointDescriptorTable.h"
 #include "core/geometry/Rectangle.h"
@@ -215,7 +218,15 @@ bool InterestPointFeature::FindInterestPoints(Array::Array2dVec3UInt8* image, Qu
     if (!descriptor.empty())
     {
         PointDescriptorTable* raw = table.release();
-        ComputeDescriptors(raw, working, descriptor);
+        try
+        {
+            ComputeDescriptors(raw, working, descriptor);
+        }
+        catch (...)
+        {
+            delete raw;
+            throw;
+        }
         table.reset(raw);
         TLOG_DEBUG(sLog, "[Timing] Descriptors finished at " << timer.SplitTimeStr());
 
@@ -314,13 +325,22 @@ PointDescriptorTable* InterestPointFeature::ApplyDetector(Array::Array2dVec3UInt
     const double harrisThreshold = harris.empty() ? 0.0 : atof(harris);
     const double harrisK = k.empty() ? 0.0 : atof(k);
     const double laplaceThreshold = laplace.empty() ? 0.0 : atof(laplace);
-    (void)harrisThreshold;
-    (void)harrisK;
-    (void)laplaceThreshold;
 
     const int spacing = mProperties->GetInt("ds_spacing", 0);
     PointDescriptorTable* table = nullptr;
-    if (detector == "densesampling")
+    if (detector == "harrislaplace" || detector == "harrislaplace2")
+    {
+        HarrisLaplaceDetector harris(5.0, 3.0, mRecGauss, false);
+        table = harris.HLDetector(image, harrisThreshold, harrisK, laplaceThreshold);
+    }
+    else if (detector == "colorharrislaplace")
+    {
+        HarrisLaplaceDetector harris(5.0, 3.0, mRecGauss, false);
+        table = harris.CHLDetector(image, harrisThreshold, harrisK, laplaceThreshold);
+    }
+    else if (detector == "laplacian")
+        table = LaplacianDetector(image, true, 3.0);
+    else if (detector == "densesampling")
         table = DenseSamplingDetector(image, spacing, mScales);
     else if (detector == "dense")
         table = DenseDetector(image, spacing, mScales);
@@ -333,6 +353,8 @@ PointDescriptorTable* InterestPointFeature::ApplyDetector(Array::Array2dVec3UInt
         TLOG_ERROR(sLog, "[ERROR] Unknown detector mode: " << detector);
         return nullptr;
     }
+    if (!table)
+        return nullptr;
     table->SetFeatureDefinition(FeatureDefinition(detector));
     return table;
 }
@@ -340,8 +362,11 @@ PointDescriptorTable* InterestPointFeature::ApplyDetector(Array::Array2dVec3UInt
 void InterestPointFeature::ComputeDescriptors(PointDescriptorTable*& table, Array::Array2dVec3UInt8* image,
                                               std::string descriptor)
 {
-    (void)table;
-    (void)image;
+    if (StringEndsWith(descriptor, "fist") || StringEndsWith(descriptor, "sift"))
+    {
+        CalculateFISTDescriptors(image, table, descriptor);
+        return;
+    }
     if (descriptor == "none")
         return;
     // Names of no other family end here, as unknown region descriptors do.

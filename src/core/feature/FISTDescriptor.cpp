@@ -1,0 +1,493 @@
+#include "core/feature/FISTDescriptor.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <iostream>
+#include <memory>
+
+#include "basis/Report.h"
+#include "basis/Timer.h"
+#include "core/array/ArrayFactories.h"
+#include "core/array/RecGauss.h"
+
+namespace Tavlin
+{
+namespace Core
+{
+namespace Feature
+{
+
+using Array::Array2dReal64;
+
+namespace
+{
+
+// The full turn as the orientation arithmetic has it; not quite 2 pi.
+const double kTwoPi = 6.283185308;
+// The clipping level is the single-precision value of 0.2.
+const double kClip = 0.20000000298023224;
+// Distinct footprints kept per ladder level; points of one level rarely have more.
+const int kFootprintCacheSize = 4;
+
+// Magnitude and orientation of the gradient of `channel` smoothed at `sigma`.
+void LevelGradients(Array2dReal64* channel, double sigma, Array2dReal64* magnitude, Array2dReal64* angle)
+{
+    Array2dReal64* dxRaw = nullptr;
+    Array2dReal64* dyRaw = nullptr;
+    Array::RecGauss(dxRaw, channel, sigma, sigma, 1, 0, 3);
+    std::unique_ptr<Array2dReal64> dx(dxRaw);
+    Array::RecGauss(dyRaw, channel, sigma, sigma, 0, 1, 3);
+    std::unique_ptr<Array2dReal64> dy(dyRaw);
+    const long long width = channel->mWidth;
+    for (long long y = 0; y < channel->mHeight; ++y)
+    {
+        const double* gx = dx->PixelPtr(0, y);
+        const double* gy = dy->PixelPtr(0, y);
+        double* m = magnitude->PixelPtr(0, y);
+        double* a = angle->PixelPtr(0, y);
+        for (long long x = 0; x < width; ++x)
+            m[x] = std::sqrt(gx[x] * gx[x] + gy[x] * gy[x]);
+        for (long long x = 0; x < width; ++x)
+        {
+            double t = std::atan2(gy[x], gx[x]);
+            if (t != t)
+                t = 0.0;
+            a[x] = -t;
+        }
+    }
+}
+
+// Orientation bin and fraction of angle a (already relative to the point's
+// orientation); false when the fraction leaves [0, 1].
+inline bool OrientationBin(double a, double bins, int& o0, double& fo)
+{
+    if (std::isfinite(a))
+    {
+        while (a > kTwoPi)
+            a -= kTwoPi;
+        while (a < 0)
+            a += kTwoPi;
+    }
+    const double obin = a * bins / kTwoPi;
+    const double o0f = std::floor(obin);
+    fo = obin - o0f;
+    if (!(fo >= 0.0 && fo <= 1.0))
+        return false;
+    o0 = static_cast<int>(o0f);
+    return true;
+}
+
+void ReportFractions(double fr, double fc, double fo)
+{
+    std::cerr << "[Failure] Fractions outside valid range " << fr << " " << fc << " " << fo << std::endl;
+}
+
+// Adds one weighted sample to the up to four grid cells of a tap and its two
+// orientation bins. The products keep the order w x row weight x column weight x
+// orientation weight.
+template <class TapT, int SpatialBinsT, int OrientationBinsT>
+inline void Deposit(double* row, const TapT& tap, double w, int o0, int o1, double fo)
+{
+    const double go = 1.0 - fo;
+    if (tap.cells & 3u)
+    {
+        const double wr = w * tap.gr;
+        if (tap.cells & 1u)
+        {
+            const double wrc = wr * tap.gc;
+            double* cell = row + tap.cell;
+            cell[o0] += wrc * go;
+            cell[o1] += wrc * fo;
+        }
+        if (tap.cells & 2u)
+        {
+            const double wrc = wr * tap.fc;
+            double* cell = row + tap.cell + OrientationBinsT;
+            cell[o0] += wrc * go;
+            cell[o1] += wrc * fo;
+        }
+    }
+    if (tap.cells & 12u)
+    {
+        const double wr = w * tap.fr;
+        if (tap.cells & 4u)
+        {
+            const double wrc = wr * tap.gc;
+            double* cell = row + tap.cell + SpatialBinsT * OrientationBinsT;
+            cell[o0] += wrc * go;
+            cell[o1] += wrc * fo;
+        }
+        if (tap.cells & 8u)
+        {
+            const double wrc = wr * tap.fc;
+            double* cell = row + tap.cell + SpatialBinsT * OrientationBinsT + OrientationBinsT;
+            cell[o0] += wrc * go;
+            cell[o1] += wrc * fo;
+        }
+    }
+}
+
+template <int OrientationBinsT, class PlanesT>
+void FillOrientationPlanes(Array2dReal64* angle, PlanesT& planes)
+{
+    const long long width = angle->mWidth;
+    planes.o0.resize(static_cast<size_t>(width * angle->mHeight));
+    planes.fo.resize(planes.o0.size());
+    for (long long y = 0; y < angle->mHeight; ++y)
+    {
+        const double* a = angle->PixelPtr(0, y);
+        int32_t* bin = planes.o0.data() + y * width;
+        double* fraction = planes.fo.data() + y * width;
+        for (long long x = 0; x < width; ++x)
+        {
+            int o0 = 0;
+            double fo = 0.0;
+            if (OrientationBin(a[x] - 0.0, OrientationBinsT, o0, fo))
+                bin[x] = o0 >= OrientationBinsT ? 0 : o0;
+            else
+                bin[x] = -1;
+            fraction[x] = fo;
+        }
+    }
+}
+
+} // namespace
+
+template <int SpatialBinsT, int OrientationBinsT>
+const double FISTDescriptor<SpatialBinsT, OrientationBinsT>::sScaleLadder[LadderLevels + 1] = {
+    1.00794, 1.26992, 1.6,     2.01587, 2.53984, 3.2,    4.03175, 5.07968, 6.4,  8.06349,
+    10.1594, 12.8,    16.127,  20.3187, 25.6,    32.254, 40.6375, 51.2,    -1.0};
+
+template <int SpatialBinsT, int OrientationBinsT>
+FISTDescriptor<SpatialBinsT, OrientationBinsT>::FISTDescriptor()
+    : mNoGaussianWeight(false), mOutputScale(512.0), mCustomNorm(-1)
+{
+}
+
+template <int SpatialBinsT, int OrientationBinsT>
+int FISTDescriptor<SpatialBinsT, OrientationBinsT>::LevelOfScale(double scale)
+{
+    for (int i = 0; i < LadderLevels; ++i)
+        if (scale < sScaleLadder[i + 1] && (i == 0 || scale >= sScaleLadder[i]))
+            return i;
+    return -1;
+}
+
+template <int SpatialBinsT, int OrientationBinsT>
+Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDescriptors(
+    Array2dReal64* channel, PointDescriptorTable* table)
+{
+    const int size = table->Size();
+    Array2dReal64* result = Array::ArrayCreate<Array2dReal64>(DescriptorLength, size, 0, 0);
+    if (size == 0)
+        return result;
+    // Rows outside the ladder are never written; zero keeps them harmless downstream.
+    std::memset(result->mData, 0, static_cast<size_t>(size) * DescriptorLength * sizeof(double));
+
+    // Points by level, table order kept within each level.
+    std::vector<int> levelOf(size);
+    std::vector<int> levelStart(LadderLevels + 1, 0);
+    const double* xs = table->X();
+    const double* ys = table->Y();
+    const double* scales = table->Scale();
+    const double* orientations = table->Orientation();
+    for (int k = 0; k < size; ++k)
+    {
+        levelOf[k] = LevelOfScale(scales[k]);
+        if (levelOf[k] >= 0)
+            ++levelStart[levelOf[k] + 1];
+    }
+    for (int i = 0; i < LadderLevels; ++i)
+        levelStart[i + 1] += levelStart[i];
+    std::vector<int> order(levelStart[LadderLevels]);
+    {
+        std::vector<int> fill(levelStart.begin(), levelStart.end() - 1);
+        for (int k = 0; k < size; ++k)
+            if (levelOf[k] >= 0)
+                order[fill[levelOf[k]]++] = k;
+    }
+    if (order.empty())
+        return result;
+
+    std::unique_ptr<Array2dReal64> magnitude(Array::ArrayCreate<Array2dReal64>(channel->mWidth, channel->mHeight, 0, 0));
+    std::unique_ptr<Array2dReal64> angle(Array::ArrayCreate<Array2dReal64>(channel->mWidth, channel->mHeight, 0, 0));
+    std::vector<Footprint> cache(kFootprintCacheSize);
+    OrientationPlanes planes;
+    double* rows = result->mData;
+
+    for (int level = 0; level < LadderLevels; ++level)
+    {
+        if (levelStart[level] == levelStart[level + 1])
+            continue;
+        LevelGradients(channel, sScaleLadder[level], magnitude.get(), angle.get());
+        for (Footprint& f : cache)
+            f.valid = false;
+        int nextSlot = 0;
+        bool planesReady = false;
+        for (int n = levelStart[level]; n < levelStart[level + 1]; ++n)
+        {
+            const int k = order[n];
+            const double scale = scales[k];
+            const double orientation = orientations[k];
+            const long long ix = static_cast<int32_t>(xs[k] + 0.5);
+            const long long iy = static_cast<int32_t>(ys[k] + 0.5);
+            const double fx = xs[k] - ix;
+            const double fy = ys[k] - iy;
+            const Footprint* footprint = nullptr;
+            for (const Footprint& f : cache)
+                if (f.valid && f.scale == scale && f.fx == fx && f.fy == fy && f.orientation == orientation)
+                {
+                    footprint = &f;
+                    break;
+                }
+            if (!footprint)
+            {
+                MakeFootprint(cache[nextSlot], scale, fx, fy, orientation);
+                footprint = &cache[nextSlot];
+                nextSlot = (nextSlot + 1) % kFootprintCacheSize;
+            }
+            double* row = rows + static_cast<size_t>(k) * DescriptorLength;
+            if (orientation == 0.0 && !std::signbit(orientation))
+            {
+                if (!planesReady)
+                {
+                    FillOrientationPlanes<OrientationBinsT>(angle.get(), planes);
+                    planesReady = true;
+                }
+                AccumulateAtZero(row, *footprint, magnitude.get(), planes, ix, iy);
+            }
+            else
+            {
+                Accumulate(row, *footprint, magnitude.get(), angle.get(), ix, iy, orientation);
+            }
+            Normalise(row);
+        }
+    }
+    return result;
+}
+
+template <int SpatialBinsT, int OrientationBinsT>
+Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDescriptorsAndEat(
+    Array2dReal64* channel, PointDescriptorTable* table)
+{
+    static log4cpp::Category& sLog = log4cpp::Category::getInstance("Core.Feature.DoCalculateFISTDescriptorsAndEat");
+    Timer timer;
+    Array2dReal64* result = DoCalculateFISTDescriptors(channel, table);
+    TLOG_DEBUG(sLog, "FIST channel in " << timer.SplitTimeStr());
+    delete channel;
+    return result;
+}
+
+template <int SpatialBinsT, int OrientationBinsT>
+void FISTDescriptor<SpatialBinsT, OrientationBinsT>::InternalSample(double* row, Array2dReal64* magnitude,
+                                                                    Array2dReal64* angle, double scale, double y,
+                                                                    double x, double orientation)
+{
+    const long long ix = static_cast<int32_t>(x + 0.5);
+    const long long iy = static_cast<int32_t>(y + 0.5);
+    Footprint footprint;
+    MakeFootprint(footprint, scale, x - ix, y - iy, orientation);
+    Accumulate(row, footprint, magnitude, angle, ix, iy, orientation);
+}
+
+template <int SpatialBinsT, int OrientationBinsT>
+void FISTDescriptor<SpatialBinsT, OrientationBinsT>::MakeFootprint(Footprint& footprint, double scale, double fx,
+                                                                   double fy, double orientation) const
+{
+    const double bins = SpatialBinsT;
+    const double half = SpatialBinsT * 0.5;
+    footprint.scale = scale;
+    footprint.fx = fx;
+    footprint.fy = fy;
+    footprint.orientation = orientation;
+    footprint.valid = true;
+    footprint.minI = 0;
+    footprint.maxI = 0;
+    footprint.minJ = 0;
+    footprint.maxJ = 0;
+    footprint.taps.clear();
+    footprint.rowStart.assign(1, 0);
+    const double cell = 3.0 * scale;
+    const int radius = static_cast<int32_t>(3.0 * scale * 1.414 * bins * 0.5 + 0.5);
+    if (radius < 0)
+        return;
+    const double c = std::cos(orientation);
+    const double s = std::sin(orientation);
+    for (int i = -radius; i <= radius; ++i)
+    {
+        for (int j = -radius; j <= radius; ++j)
+        {
+            const double v = (s * j + c * i - fy) / cell;
+            const double rbin = v + half - 0.5;
+            if (!(rbin > -1.0 && rbin < bins))
+                continue;
+            const double u = (c * j - s * i - fx) / cell;
+            const double cbin = u + half - 0.5;
+            if (!(cbin > -1.0 && cbin < bins))
+                continue;
+            Tap tap;
+            tap.weight = mNoGaussianWeight ? 1.0 : std::exp((v * v + u * u) / -8.0);
+            const double r0 = std::floor(rbin);
+            const double c0 = std::floor(cbin);
+            tap.fr = rbin - r0;
+            tap.fc = cbin - c0;
+            tap.gr = 1.0 - tap.fr;
+            tap.gc = 1.0 - tap.fc;
+            tap.i = i;
+            tap.j = j;
+            // -1 as unsigned fails every test against the grid size: cells off the grid drop.
+            const unsigned int ur = static_cast<unsigned int>(static_cast<int32_t>(r0));
+            const unsigned int uc = static_cast<unsigned int>(static_cast<int32_t>(c0));
+            const unsigned int n = SpatialBinsT;
+            tap.cell = (static_cast<int32_t>(r0) * SpatialBinsT + static_cast<int32_t>(c0)) * OrientationBinsT;
+            tap.cells = (ur < n && uc < n ? 1u : 0u) | (ur < n && uc + 1 < n ? 2u : 0u) |
+                        (ur + 1 < n && uc < n ? 4u : 0u) | (ur + 1 < n && uc + 1 < n ? 8u : 0u);
+            if (footprint.taps.empty())
+            {
+                footprint.minI = footprint.maxI = i;
+                footprint.minJ = footprint.maxJ = j;
+            }
+            footprint.minI = std::min(footprint.minI, i);
+            footprint.maxI = std::max(footprint.maxI, i);
+            footprint.minJ = std::min(footprint.minJ, j);
+            footprint.maxJ = std::max(footprint.maxJ, j);
+            footprint.taps.push_back(tap);
+        }
+        if (!footprint.taps.empty())
+        {
+            // Rows from minI on; rows without taps inside the range repeat the offset.
+            const size_t rows = static_cast<size_t>(footprint.maxI - footprint.minI + 2);
+            footprint.rowStart.resize(rows, footprint.rowStart.back());
+            footprint.rowStart.back() = static_cast<int32_t>(footprint.taps.size());
+        }
+    }
+}
+
+template <int SpatialBinsT, int OrientationBinsT>
+void FISTDescriptor<SpatialBinsT, OrientationBinsT>::Accumulate(double* row, const Footprint& footprint,
+                                                                Array2dReal64* magnitude, Array2dReal64* angle,
+                                                                long long ix, long long iy,
+                                                                double orientation) const
+{
+    const unsigned long long width = static_cast<unsigned long long>(magnitude->mWidth);
+    const unsigned long long height = static_cast<unsigned long long>(magnitude->mHeight);
+    const double* magOrigin = magnitude->PixelPtr(0, 0);
+    const double* angOrigin = angle->PixelPtr(0, 0);
+    const long long magStride = magnitude->RowStride();
+    const long long angStride = angle->RowStride();
+    const double orientationBins = OrientationBinsT;
+    for (const Tap& tap : footprint.taps)
+    {
+        const long long py = iy + tap.i;
+        const long long px = ix + tap.j;
+        if (static_cast<unsigned long long>(py) >= height || static_cast<unsigned long long>(px) >= width)
+            continue;
+        const double w = magOrigin[py * magStride + px] * tap.weight;
+        int o0 = 0;
+        double fo = 0.0;
+        if (!OrientationBin(angOrigin[py * angStride + px] - orientation, orientationBins, o0, fo) ||
+            !(tap.fr >= 0.0 && tap.fr <= 1.0 && tap.fc >= 0.0 && tap.fc <= 1.0))
+        {
+            ReportFractions(tap.fr, tap.fc, fo);
+            continue;
+        }
+        if (o0 >= OrientationBinsT)
+            o0 = 0;
+        const int o1 = o0 + 1 == OrientationBinsT ? 0 : o0 + 1;
+        Deposit<Tap, SpatialBinsT, OrientationBinsT>(row, tap, w, o0, o1, fo);
+    }
+}
+
+template <int SpatialBinsT, int OrientationBinsT>
+void FISTDescriptor<SpatialBinsT, OrientationBinsT>::AccumulateAtZero(double* row, const Footprint& footprint,
+                                                                      Array2dReal64* magnitude,
+                                                                      const OrientationPlanes& planes, long long ix,
+                                                                      long long iy) const
+{
+    if (footprint.taps.empty())
+        return;
+    const long long stride = magnitude->RowStride();
+    const long long width = magnitude->mWidth;
+    const long long height = magnitude->mHeight;
+    // Only rows of the window inside the image; columns are tested where the window
+    // reaches over the left or right edge.
+    const long long firstI = std::max<long long>(footprint.minI, -iy);
+    const long long lastI = std::min<long long>(footprint.maxI, height - 1 - iy);
+    if (firstI > lastI)
+        return;
+    const bool columnsInside = ix + footprint.minJ >= 0 && ix + footprint.maxJ < width;
+    const double* mag = magnitude->PixelPtr(0, iy) + ix;
+    const int32_t* bin = planes.o0.data() + iy * width + ix;
+    const double* fraction = planes.fo.data() + iy * width + ix;
+    const Tap* begin = footprint.taps.data() + footprint.rowStart[firstI - footprint.minI];
+    const Tap* end = footprint.taps.data() + footprint.rowStart[lastI - footprint.minI + 1];
+    for (const Tap* tap = begin; tap != end; ++tap)
+    {
+        if (!columnsInside && static_cast<unsigned long long>(ix + tap->j) >= static_cast<unsigned long long>(width))
+            continue;
+        const double w = mag[tap->i * stride + tap->j] * tap->weight;
+        const long long p = tap->i * width + tap->j;
+        const int o0 = bin[p];
+        const double fo = fraction[p];
+        if (o0 < 0)
+        {
+            ReportFractions(tap->fr, tap->fc, fo);
+            continue;
+        }
+        const int o1 = o0 + 1 == OrientationBinsT ? 0 : o0 + 1;
+        Deposit<Tap, SpatialBinsT, OrientationBinsT>(row, *tap, w, o0, o1, fo);
+    }
+}
+
+template <int SpatialBinsT, int OrientationBinsT>
+double FISTDescriptor<SpatialBinsT, OrientationBinsT>::NormFactor(const double* row) const
+{
+    const int p = mCustomNorm;
+    if (p == 0)
+        return 1.0;
+    double sum = 0.0;
+    double norm;
+    if (p < 0 || p == 2)
+    {
+        for (int k = 0; k < DescriptorLength; ++k)
+            sum += row[k] * row[k];
+        norm = std::sqrt(sum);
+    }
+    else
+    {
+        for (int k = 0; k < DescriptorLength; ++k)
+            sum += std::pow(row[k], static_cast<double>(p));
+        norm = std::pow(sum, 1.0 / p);
+    }
+    // The threshold is on the sum, so nearly empty histograms keep their size.
+    if (sum > 0.0001 || sum != sum)
+        return 1.0 / norm;
+    return 1.0;
+}
+
+template <int SpatialBinsT, int OrientationBinsT>
+void FISTDescriptor<SpatialBinsT, OrientationBinsT>::Normalise(double* row) const
+{
+    const double factor = NormFactor(row);
+    bool clipped = false;
+    for (int k = 0; k < DescriptorLength; ++k)
+    {
+        double e = factor * row[k];
+        if (e > kClip)
+        {
+            e = kClip;
+            clipped = true;
+        }
+        row[k] = e;
+    }
+    const double again = clipped ? NormFactor(row) : 1.0;
+    for (int k = 0; k < DescriptorLength; ++k)
+        row[k] = static_cast<double>(static_cast<int32_t>(again * row[k] * mOutputScale));
+}
+
+template class FISTDescriptor<4, 8>;
+
+} // namespace Feature
+} // namespace Core
+} // namespace Tavlin

@@ -1,0 +1,117 @@
+// The gradient-orientation histogram of the sparse SIFT family, computed on one scalar
+// plane at the points of a PointDescriptorTable: a SpatialBins x SpatialBins grid of
+// cells around each point, OrientationBins orientation bins per cell, trilinear
+// placement, a Gaussian window of two cells, and normalisation with clipping and
+// integer quantisation. Gradients come from a fixed ladder of smoothing scales, one
+// filtering per ladder level that holds points, shared by all of that level's points.
+// The system uses FISTDescriptor<4, 8> only: 128 values per point.
+#ifndef TAVLIN_CORE_FEATURE_FISTDESCRIPTOR_H
+#define TAVLIN_CORE_FEATURE_FISTDESCRIPTOR_H
+
+#include <cstdint>
+#include <vector>
+
+#include "core/array/Array2dTem.h"
+#include "core/feature/PointDescriptorTable.h"
+
+namespace Tavlin
+{
+namespace Core
+{
+namespace Feature
+{
+
+template <int SpatialBinsT, int OrientationBinsT>
+class FISTDescriptor
+{
+public:
+    static constexpr int DescriptorLength = SpatialBinsT * SpatialBinsT * OrientationBinsT;
+    static constexpr int LadderLevels = 18;
+    // Smoothing scales of the ladder levels, ending in -1.0. Level i takes the points of
+    // scale below entry i + 1 and, except level 0, at least entry i; the last level takes
+    // nothing, so points of scale 51.2 and above get no histogram.
+    static const double sScaleLadder[LadderLevels + 1];
+
+    FISTDescriptor();
+
+    // The ladder level of a point of this scale, -1 for none.
+    static int LevelOfScale(double scale);
+
+    // A new DescriptorLength x table size array, owned by the caller. Rows of points
+    // outside the ladder stay zero.
+    Array::Array2dReal64* DoCalculateFISTDescriptors(Array::Array2dReal64* channel, PointDescriptorTable* table);
+    // The same, timed at debug level; deletes `channel`.
+    Array::Array2dReal64* DoCalculateFISTDescriptorsAndEat(Array::Array2dReal64* channel,
+                                                           PointDescriptorTable* table);
+
+    // Adds the histogram of one point to `row`, which the caller has zeroed. magnitude and
+    // angle are planes of one size; pixels outside them are not sampled.
+    void InternalSample(double* row, Array::Array2dReal64* magnitude, Array::Array2dReal64* angle, double scale,
+                        double y, double x, double orientation);
+
+    // Normalises a row by mCustomNorm, clips at 0.2, renormalises when something was
+    // clipped and quantises to whole numbers of mOutputScale.
+    void Normalise(double* row) const;
+
+    bool mNoGaussianWeight;
+    double mOutputScale;
+    // The norm's exponent; negative and 2 both mean L2, 0 means none.
+    int32_t mCustomNorm;
+
+private:
+    // One pixel offset of the sampling window that lands inside the grid, with what does
+    // not depend on the pixel's value.
+    struct Tap
+    {
+        double weight; // Gaussian window, or 1.0 without it
+        double fr;
+        double fc;
+        double gr; // 1 - fr
+        double gc; // 1 - fc
+        int32_t i; // row offset
+        int32_t j; // column offset
+        int32_t cell; // first element of grid cell (r0, c0); r0 or c0 may be -1
+        uint32_t cells; // bits 0 to 3: cells (r0, c0), (r0, c0 + 1), (r0 + 1, c0), (r0 + 1, c0 + 1) in the grid
+    };
+
+    // The taps of one (scale, sub-pixel offset, orientation), in sampling order.
+    struct Footprint
+    {
+        double scale;
+        double fx;
+        double fy;
+        double orientation;
+        bool valid;
+        int32_t minI;
+        int32_t maxI;
+        int32_t minJ;
+        int32_t maxJ;
+        std::vector<Tap> taps;
+        // Taps of row offset minI + r start at rowStart[r]; one entry more than rows.
+        std::vector<int32_t> rowStart;
+    };
+
+    // Per pixel of a level, the orientation bin o0 and fraction fo at orientation 0,
+    // which is what every detector writes; o0 is -1 where the fraction is out of range.
+    struct OrientationPlanes
+    {
+        std::vector<int32_t> o0;
+        std::vector<double> fo;
+    };
+
+    void MakeFootprint(Footprint& footprint, double scale, double fx, double fy, double orientation) const;
+    void Accumulate(double* row, const Footprint& footprint, Array::Array2dReal64* magnitude,
+                    Array::Array2dReal64* angle, long long ix, long long iy, double orientation) const;
+    // The same for a point of orientation 0, with the level's orientation planes.
+    void AccumulateAtZero(double* row, const Footprint& footprint, Array::Array2dReal64* magnitude,
+                          const OrientationPlanes& planes, long long ix, long long iy) const;
+    double NormFactor(const double* row) const;
+};
+
+extern template class FISTDescriptor<4, 8>;
+
+} // namespace Feature
+} // namespace Core
+} // namespace Tavlin
+
+#endif
