@@ -183,3 +183,96 @@ TEST(PipelineBatch, OneFilePerImageInTheOutputDirectory)
     EXPECT_TRUE(PathExists(dir.File("cl/clusterinput.bin")));
     EXPECT_FALSE(PathExists(dir.File("cl/one.bin")));
 }
+
+namespace
+{
+struct Row
+{
+    double x, y, scale, cornerness;
+    std::vector<double> values;
+};
+
+// Points and descriptors of a VESK1 file.
+std::vector<Row> ReadRows(const std::string& text, int& length)
+{
+    std::istringstream in(text);
+    std::string magic;
+    int count = 0;
+    in >> magic >> length >> count;
+    std::vector<Row> rows;
+    std::string line;
+    std::getline(in, line);
+    while (std::getline(in, line))
+    {
+        if (line.empty())
+            continue;
+        Row row{};
+        size_t close = line.find('>');
+        std::istringstream point(line.substr(line.find(' ') + 1, close));
+        double orientation;
+        point >> row.x >> row.y >> row.scale >> orientation >> row.cornerness;
+        std::istringstream values(line.substr(line.find(';') + 1));
+        double v;
+        while (values >> v)
+            row.values.push_back(v);
+        rows.push_back(row);
+    }
+    EXPECT_EQ(static_cast<int>(rows.size()), count);
+    return rows;
+}
+} // namespace
+
+TEST(PipelineSift, DefaultDetectorAndSiftFamilyWriteWholeNumberRows)
+{
+    TempDir dir;
+    WritePhoto(dir, "photo.jpg", 160, 120, 6);
+    auto sift = RunLumisk({"photo.jpg", "--descriptor", "sift", "--output", "o.txt"}, dir.Path());
+    ASSERT_EQ(sift.status, 0) << sift.out;
+    int length = 0;
+    std::vector<Row> rows = ReadRows(ReadTextFile(dir.File("o.txt")), length);
+    EXPECT_EQ(length, 128);
+    ASSERT_GT(rows.size(), 5u);
+    for (size_t i = 0; i < rows.size(); ++i)
+    {
+        ASSERT_EQ(rows[i].values.size(), 128u);
+        if (i > 0)
+        {
+            EXPECT_GE(rows[i - 1].cornerness, rows[i].cornerness);
+        }
+        double sum = 0;
+        for (double v : rows[i].values)
+        {
+            ASSERT_EQ(v, static_cast<int>(v));
+            ASSERT_GE(v, 0.0);
+            ASSERT_LE(v, 512.0);
+            sum += v;
+        }
+        EXPECT_GT(sum, 0.0);
+    }
+
+    for (const char* descriptor : {"opponentsift", "rgbn1sift"})
+    {
+        auto colour = RunLumisk({"photo.jpg", "--descriptor", descriptor, "--output", "c.txt"}, dir.Path());
+        ASSERT_EQ(colour.status, 0) << descriptor;
+        std::vector<Row> colourRows = ReadRows(ReadTextFile(dir.File("c.txt")), length);
+        EXPECT_EQ(length, 384) << descriptor;
+        EXPECT_EQ(colourRows.size(), rows.size());
+    }
+
+    for (const char* detector : {"colorharrislaplace", "laplacian"})
+    {
+        auto run = RunLumisk({"photo.jpg", "--detector", detector, "--descriptor", "sift", "--output", "d.txt"},
+                             dir.Path());
+        EXPECT_EQ(run.status, 0) << detector;
+        ReadRows(ReadTextFile(dir.File("d.txt")), length);
+        EXPECT_EQ(length, 128);
+    }
+
+    auto dense = RunLumisk({"photo.jpg", "--detector", "densesampling", "--descriptor", "csift", "--output", "e.txt"},
+                           dir.Path());
+    ASSERT_EQ(dense.status, 0);
+    std::vector<Row> denseRows = ReadRows(ReadTextFile(dir.File("e.txt")), length);
+    EXPECT_EQ(length, 384);
+    ASSERT_FALSE(denseRows.empty());
+    EXPECT_EQ(denseRows[0].scale, 1.2);
+}
