@@ -3,7 +3,6 @@
 #include <sys/stat.h>
 #include <sys/types.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <memory>
 
@@ -24,15 +23,6 @@ namespace
 
 log4cpp::Category& sLog = log4cpp::Category::getInstance("Tavlin.Persistency.FileSystem");
 log4cpp::Category& sLogFile = log4cpp::Category::getInstance("Tavlin.Util.IOBufferFile");
-
-bool CanOpenForReading(const std::string& name)
-{
-    FILE* file = std::fopen(name.c_str(), "rb");
-    if (!file)
-        return false;
-    std::fclose(file);
-    return true;
-}
 
 } // namespace
 
@@ -71,7 +61,7 @@ std::string FileSystem::GetReadableFileLocal(const std::vector<std::string>& pat
             TLOG_ERROR(sLogFile, "Cannot open file; path is empty");
             continue;
         }
-        if (CanOpenForReading(candidate))
+        if (FileExists(candidate))
             return candidate;
     }
     if (silent)
@@ -93,7 +83,7 @@ std::string FileSystem::GetWritableFileLocal(const std::vector<std::string>& pat
     std::string entry = ExpandPathEntry(paths[0]);
     std::string candidate = StringStartsWith(name, entry + "/") ? name : FileNameConcat(entry, name);
     TLOG_DEBUG(sLog, "GetWritableFile: trying " << candidate);
-    if (CanOpenForReading(candidate) && !mOverride && !silent)
+    if (FileExists(candidate) && !mOverride && !silent)
     {
         TLOG_ERROR(sLog, candidate << " already exists, will not override!");
         return std::string();

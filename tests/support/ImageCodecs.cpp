@@ -4,6 +4,10 @@
 
 #include <png.h>
 
+#include "core/array/ReadJpgFromMemory.h"
+#include "core/array/ReadPngFromMemory.h"
+#include "support/GuardedMemory.h"
+
 namespace TestSupport
 {
 
@@ -159,6 +163,57 @@ PlainImage DecodePngToRgb(const std::string& bytes)
         image.pixels.insert(image.pixels.end(), rows[y], rows[y] + rowBytes);
     png_destroy_read_struct(&png, &info, nullptr);
     return image;
+}
+
+::testing::AssertionResult SameRgb(const Tavlin::Core::Array::Array2dVec3UInt8* image, const PlainImage& expected)
+{
+    if (!image)
+        return ::testing::AssertionFailure() << "no image";
+    if (image->Width() != expected.width || image->Height() != expected.height)
+        return ::testing::AssertionFailure() << "size " << image->Width() << " x " << image->Height();
+    for (int y = 0; y < expected.height; ++y)
+        for (int x = 0; x < expected.width; ++x)
+            for (int c = 0; c < 3; ++c)
+            {
+                const int want = expected.Pixel(x, y)[expected.components == 1 ? 0 : c];
+                const int got = image->PixelPtr(x, y)[c];
+                if (got != want)
+                    return ::testing::AssertionFailure()
+                           << "pixel " << x << "," << y << " channel " << c << ": " << got << " instead of " << want;
+            }
+    return ::testing::AssertionSuccess();
+}
+
+namespace
+{
+
+typedef void (*MemoryDecoder)(Tavlin::Core::Array::Array2dVec3UInt8*&, char*, int);
+
+std::unique_ptr<Tavlin::Core::Array::Array2dVec3UInt8> DecodeGuarded(MemoryDecoder decode, const std::string& bytes)
+{
+    GuardedMemory block(bytes);
+    Tavlin::Core::Array::Array2dVec3UInt8* image = nullptr;
+    decode(image, block.Data(), block.Size());
+    return std::unique_ptr<Tavlin::Core::Array::Array2dVec3UInt8>(image);
+}
+
+} // namespace
+
+std::unique_ptr<Tavlin::Core::Array::Array2dVec3UInt8> ReadJpgGuarded(const std::string& bytes)
+{
+    return DecodeGuarded(&Tavlin::Core::Array::ReadJpgFromMemory<Tavlin::Core::Array::Array2dVec3UInt8>, bytes);
+}
+
+std::unique_ptr<Tavlin::Core::Array::Array2dVec3UInt8> ReadPngGuarded(const std::string& bytes)
+{
+    return DecodeGuarded(&Tavlin::Core::Array::ReadPngFromMemory<Tavlin::Core::Array::Array2dVec3UInt8>, bytes);
+}
+
+std::string RawArrayFileBytes(const std::string& header, const std::string& payload)
+{
+    std::string bytes = header;
+    bytes.resize(200, '\0');
+    return bytes + payload;
 }
 
 PlainImage MakeTexturedImage(int width, int height, int components, unsigned seed)

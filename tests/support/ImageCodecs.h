@@ -6,10 +6,14 @@
 #define LUMISK_TESTS_SUPPORT_IMAGECODECS_H
 
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include <gtest/gtest.h>
 #include <jpeglib.h>
+
+#include "core/array/Array2dTem.h"
 
 namespace TestSupport
 {
@@ -55,6 +59,18 @@ std::string EncodePng(const std::vector<unsigned char>& rows, int width, int hei
 // libpng's own decoding to 8-bit RGB: png_read_png with expansion, 16-bit stripping,
 // alpha stripping and grey to RGB.
 PlainImage DecodePngToRgb(const std::string& bytes);
+
+// Every pixel of image equals expected's RGB pixel, or its grey value on all three
+// channels when expected has one component.
+::testing::AssertionResult SameRgb(const Tavlin::Core::Array::Array2dVec3UInt8* image, const PlainImage& expected);
+
+// The system's decoders ReadJpgFromMemory and ReadPngFromMemory on a copy of bytes that
+// ends where an inaccessible page begins: reading past the block crashes at once.
+std::unique_ptr<Tavlin::Core::Array::Array2dVec3UInt8> ReadJpgGuarded(const std::string& bytes);
+std::unique_ptr<Tavlin::Core::Array::Array2dVec3UInt8> ReadPngGuarded(const std::string& bytes);
+
+// A raw array file: the header text padded with zeros to 200 bytes, then the payload.
+std::string RawArrayFileBytes(const std::string& header, const std::string& payload = "");
 
 // A textured test picture: smooth gradients, edges and a little noise.
 PlainImage MakeTexturedImage(int width, int height, int components, unsigned seed);

@@ -4,8 +4,13 @@
 #ifndef LUMISK_TESTS_SUPPORT_SYNTHETICIMAGE_H
 #define LUMISK_TESTS_SUPPORT_SYNTHETICIMAGE_H
 
+#include <cmath>
 #include <cstdint>
 #include <functional>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
 
 #include "core/array/Array2dTem.h"
 
@@ -34,6 +39,30 @@ Array2dVec3UInt8* MakeColourImage8(long long width, long long height,
 
 // Largest absolute difference over the image rectangle shrunk by `margin` on each side.
 double MaxAbsDiff(Array2dReal64* a, Array2dReal64* b, long long margin = 0);
+
+// Both arrays exist, have one size and equal image pixels (borders aside).
+::testing::AssertionResult SameImage(Array2dReal64* a, Array2dReal64* b);
+
+// Index i reflected into 0 .. n - 1 with the edge repeated: -1 -> 0, n -> n - 1.
+inline long long Reflect(long long i, long long n)
+{
+    return i < 0 ? -1 - i : (i >= n ? 2 * n - 1 - i : i);
+}
+
+// Three components of a and b (colours, Vec3Real64) within tolerance of each other.
+template <class A, class B>
+::testing::AssertionResult Near3(const A& a, const B& b, double tolerance)
+{
+    for (int i = 0; i < 3; ++i)
+        if (!(std::fabs(a[i] - b[i]) <= tolerance))
+            return ::testing::AssertionFailure() << "component " << i << ": " << a[i] << " against " << b[i];
+    return ::testing::AssertionSuccess();
+}
+
+// Grey Gaussian blobs of deviation t at `centres` (their sum capped at 1) rising from
+// `background` to `peak`, rounded, the same in all three channels.
+Array2dVec3UInt8* MakeBlobs8(long long width, long long height, const std::vector<std::pair<double, double>>& centres,
+                             double t, int background = 0, int peak = 255);
 
 } // namespace TestSupport
 

@@ -4,6 +4,7 @@
 #define LUMISK_TESTS_SUPPORT_TESTSUPPORT_H
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace TestSupport
@@ -43,6 +44,24 @@ RunResult RunLumisk(const std::vector<std::string>& args, const std::string& dir
 
 // Number of occurrences of `what` in `text`.
 int CountOf(const std::string& text, const std::string& what);
+
+// Owns the raw pointers that an interface hands out in a vector.
+template <class T>
+class Owned
+{
+public:
+    Owned() = default;
+    explicit Owned(std::vector<T*> items) : p(std::move(items)) {}
+    ~Owned()
+    {
+        for (T* item : p)
+            delete item;
+    }
+    Owned(const Owned&) = delete;
+    Owned& operator=(const Owned&) = delete;
+
+    std::vector<T*> p;
+};
 
 } // namespace TestSupport
 

@@ -71,35 +71,37 @@ TEST(PropertySetText, ParseAppendAndTextForm)
     EXPECT_EQ(again.str(), text.str());
 }
 
-TEST(PropertySetFile, WriteThenReadAddsToTheSet)
+TEST(PropertySetFile, WriteThenReadAddsToTheSetAndOlderScoredForm)
 {
     TestSupport::TempDir dir;
     Tavlin::Persistency::FileSystem fs("", "");
     Tavlin::Persistency::File file(dir.File("set.txt"), &fs, true);
     PropertySet written;
-    written.Add("a", "1");
-    written.Add("path", "x=y");
+    written.Parse("a=1 path=x=y");
     ASSERT_TRUE(Tavlin::Util::Write(&written, file));
     EXPECT_EQ(TestSupport::ReadTextFile(dir.File("set.txt")), "a=1 path=x=y \n");
-
     PropertySet read;
-    read.Add("a", "old");
-    read.Add("keep", "k");
+    read.Parse("a=old keep=k");
     ASSERT_TRUE(Tavlin::Util::Read(&read, file));
-    ASSERT_EQ(read.Size(), 3u);
-    EXPECT_EQ(read.GetString("a", ""), "1");
-    EXPECT_EQ(read.GetKey(0), "a");
-    EXPECT_EQ(read.GetString("keep", ""), "k");
-    EXPECT_EQ(read.GetString("path", ""), "x=y");
+    std::ostringstream text;
+    text << read;
+    EXPECT_EQ(text.str(), "a=1 keep=k path=x=y ");
 
-    // The older scored form: a "value: <number>" line before the pairs.
+    // A "value: <number>" line before the pairs.
     TestSupport::WriteTextFile(dir.File("scored.txt"), "value: 0.250\nb=2 c=3\n");
     PropertySet scored;
     ASSERT_TRUE(Tavlin::Util::Read(&scored, Tavlin::Persistency::File(dir.File("scored.txt"), &fs, false)));
-    ASSERT_EQ(scored.Size(), 3u);
-    EXPECT_EQ(scored.GetKey(0), "value");
-    EXPECT_EQ(scored.GetString("value", ""), "0.25");
-    EXPECT_EQ(scored.GetString("c", ""), "3");
+    std::ostringstream scoredText;
+    scoredText << scored;
+    EXPECT_EQ(scoredText.str(), "value=0.25 b=2 c=3 ");
+
+    // A memory buffer too small for the line keeps what fits.
+    Tavlin::Util::IOBuffer small(6);
+    PropertySet one;
+    one.Add("key", "value");
+    EXPECT_TRUE(Tavlin::Util::Write(&one, &small));
+    small.Rewind();
+    EXPECT_EQ(small.ReadLine(), "key=v");
 }
 
 TEST(PropertySetFile, RefusesBadInputWithAMessage)
@@ -108,35 +110,22 @@ TEST(PropertySetFile, RefusesBadInputWithAMessage)
     Tavlin::Persistency::FileSystem fs("", "");
     PropertySet set;
     {
-        TestSupport::LogCapture log("Tavlin.Util.PropertySet.Read");
+        TestSupport::LogCapture readLog("Tavlin.Util.PropertySet.Read");
+        TestSupport::LogCapture writeLog("Tavlin.Util.PropertySet.Write");
         Tavlin::Util::Read(&set, static_cast<Tavlin::Util::IOBuffer*>(nullptr));
+        EXPECT_FALSE(Tavlin::Util::Write(&set, static_cast<Tavlin::Util::IOBuffer*>(nullptr)));
         TestSupport::WriteTextFile(dir.File("bad.txt"), "score: 1\na=1\n");
         EXPECT_TRUE(Tavlin::Util::Read(&set, Tavlin::Persistency::File(dir.File("bad.txt"), &fs, false)));
-        EXPECT_EQ(set.Size(), 0u);
-        EXPECT_EQ(log.Text(), "Invalid io buffer\nParse error in bestfile: score unexpected\n");
-    }
-    {
-        TestSupport::LogCapture log("Tavlin.Util.PropertySet.Write");
-        EXPECT_FALSE(Tavlin::Util::Write(&set, static_cast<Tavlin::Util::IOBuffer*>(nullptr)));
-        EXPECT_EQ(log.Text(), "invalid io buffer\n");
+        EXPECT_EQ(readLog.Text(), "Invalid io buffer\nParse error in bestfile: score unexpected\n");
+        EXPECT_EQ(writeLog.Text(), "invalid io buffer\n");
     }
     // No buffer for a missing or invalid file; empty and garbage files add nothing.
     EXPECT_FALSE(Tavlin::Util::Read(&set, Tavlin::Persistency::File(dir.File("none.txt"), &fs, false)));
     EXPECT_FALSE(Tavlin::Util::Read(&set, Tavlin::Persistency::File()));
     EXPECT_FALSE(Tavlin::Util::Write(&set, Tavlin::Persistency::File()));
     TestSupport::WriteTextFile(dir.File("empty.txt"), "");
-    EXPECT_TRUE(Tavlin::Util::Read(&set, Tavlin::Persistency::File(dir.File("empty.txt"), &fs, false)));
     TestSupport::WriteTextFile(dir.File("garbage.txt"), std::string("\x01\x02 nothing\xff="));
-    EXPECT_TRUE(Tavlin::Util::Read(&set, Tavlin::Persistency::File(dir.File("garbage.txt"), &fs, false)));
+    for (const char* name : {"empty.txt", "garbage.txt"})
+        EXPECT_TRUE(Tavlin::Util::Read(&set, Tavlin::Persistency::File(dir.File(name), &fs, false))) << name;
     EXPECT_EQ(set.Size(), 0u);
-
-    // A memory buffer too small for the line keeps what fits.
-    Tavlin::Util::IOBuffer small(6);
-    PropertySet one;
-    one.Add("key", "value");
-    EXPECT_TRUE(Tavlin::Util::Write(&one, &small));
-    small.Rewind();
-    char text[6];
-    EXPECT_EQ(small.Read(text, 6), 6);
-    EXPECT_EQ(std::string(text, 6), "key=v\n");
 }

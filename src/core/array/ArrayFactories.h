@@ -23,6 +23,20 @@ ArrayT* ArrayCreate(long long width, long long height, long long borderWidth, lo
     return new ArrayT(width, height, borderWidth, borderHeight, data, isWrapper, false);
 }
 
+// A new array without border, or null when its storage could not be had (ArraySystem
+// has reported that): for readers that must not write into a failed allocation.
+template <class ArrayT>
+ArrayT* ArrayCreateOrNull(long long width, long long height)
+{
+    ArrayT* created = ArrayCreate<ArrayT>(width, height, 0, 0, nullptr, false);
+    if (!created->Data() && created->DataSize() > 0)
+    {
+        delete created;
+        return nullptr;
+    }
+    return created;
+}
+
 // Same width and height as src, border at least src's and at least the minimum per
 // axis. Pixels are not copied.
 template <class DstT, class SrcT>

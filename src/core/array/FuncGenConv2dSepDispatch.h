@@ -60,59 +60,49 @@ inline void AccumulateTaps(DstStor* __restrict d, const SrcStor* const* taps, co
     }
 }
 
-template <class DstT, class SrcT, class KerT, class MulT, class AddT>
-void FuncGenConv2dSepDispatch_H(DstT* dst, SrcT* src, KerT* kernel, MulT mul, AddT add, int dispatchId)
+// The row loop shared by both passes: result row y is the sum over taps t of
+// kernel[t] x row tapRow(y, t) of the source.
+template <class DstT, class KerT, class MulT, class AddT, class TapRowT>
+void ConvolveByTapRows(DstT* dst, KerT* kernel, MulT mul, AddT add, int dispatchId, TapRowT tapRow)
 {
     if (dispatchId < 0 || dispatchId > 2)
         return;
     typedef typename DstT::StorType DstStor;
-    typedef typename SrcT::StorType SrcStor;
     const long long n = kernel->mWidth;
-    const long long h = n / 2;
     const long long width = dst->mWidth;
     const long long height = dst->mHeight;
     const typename KerT::StorType* k = kernel->PixelPtr(0, 0);
     for (long long y = 0; y < height; ++y)
     {
         DstStor* __restrict d = dst->PixelPtr(0, y);
-        const SrcStor* s = src->PixelPtr(-h, y);
-        const SrcStor* taps[4];
+        decltype(tapRow(y, 0)) taps[4];
         for (long long x = 0; x < width; ++x)
             d[x] = 0.0;
         for (long long i = 0; i < n; i += 4)
         {
             for (long long j = 0; j < 4 && i + j < n; ++j)
-                taps[j] = s + i + j;
+                taps[j] = tapRow(y, i + j);
             AccumulateTaps(d, taps, k + i, n - i < 4 ? n - i : 4, width, mul, add);
         }
     }
 }
 
 template <class DstT, class SrcT, class KerT, class MulT, class AddT>
+void FuncGenConv2dSepDispatch_H(DstT* dst, SrcT* src, KerT* kernel, MulT mul, AddT add, int dispatchId)
+{
+    const long long h = kernel->mWidth / 2;
+    ConvolveByTapRows(dst, kernel, mul, add, dispatchId, [src, h](long long y, long long t) {
+        return static_cast<const typename SrcT::StorType*>(src->PixelPtr(-h, y) + t);
+    });
+}
+
+template <class DstT, class SrcT, class KerT, class MulT, class AddT>
 void FuncGenConv2dSepDispatch_V(DstT* dst, SrcT* src, KerT* kernel, MulT mul, AddT add, int dispatchId)
 {
-    if (dispatchId < 0 || dispatchId > 2)
-        return;
-    typedef typename DstT::StorType DstStor;
-    typedef typename SrcT::StorType SrcStor;
-    const long long n = kernel->mWidth;
-    const long long h = n / 2;
-    const long long width = dst->mWidth;
-    const long long height = dst->mHeight;
-    const typename KerT::StorType* k = kernel->PixelPtr(0, 0);
-    for (long long y = 0; y < height; ++y)
-    {
-        DstStor* __restrict d = dst->PixelPtr(0, y);
-        const SrcStor* taps[4];
-        for (long long x = 0; x < width; ++x)
-            d[x] = 0.0;
-        for (long long i = 0; i < n; i += 4)
-        {
-            for (long long j = 0; j < 4 && i + j < n; ++j)
-                taps[j] = src->PixelPtr(0, y - h + i + j);
-            AccumulateTaps(d, taps, k + i, n - i < 4 ? n - i : 4, width, mul, add);
-        }
-    }
+    const long long h = kernel->mWidth / 2;
+    ConvolveByTapRows(dst, kernel, mul, add, dispatchId, [src, h](long long y, long long t) {
+        return static_cast<const typename SrcT::StorType*>(src->PixelPtr(0, y - h + t));
+    });
 }
 
 } // namespace Pattern

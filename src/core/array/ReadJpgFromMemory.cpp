@@ -143,16 +143,9 @@ void DecodeJpg(j_decompress_ptr cinfo, ArrayT*& dst, log4cpp::Category& log)
         rowBuffer = (*cinfo->mem->alloc_sarray)(reinterpret_cast<j_common_ptr>(cinfo), JPOOL_IMAGE,
                                                 static_cast<JDIMENSION>(4 * width), 1);
     if (!dst)
-    {
-        ArrayT* created = ArrayCreate<ArrayT>(width, height, 0, 0, nullptr, false);
-        if (!created->Data() && created->DataSize() > 0)
-        {
-            // ArraySystem has reported the failed allocation.
-            delete created;
-            return;
-        }
-        dst = created;
-    }
+        dst = ArrayCreateOrNull<ArrayT>(width, height);
+    if (!dst)
+        return;
 
     for (JDIMENSION y = 0; y < height; ++y)
     {

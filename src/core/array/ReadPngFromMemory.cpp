@@ -87,16 +87,9 @@ void DecodePng(png_structp png, png_infop info, PngStream* stream, ArrayT*& dst,
     }
 
     if (!dst)
-    {
-        ArrayT* created = ArrayCreate<ArrayT>(width, height, 0, 0, nullptr, false);
-        if (!created->Data() && created->DataSize() > 0)
-        {
-            // ArraySystem has reported the failed allocation.
-            delete created;
-            return;
-        }
-        dst = created;
-    }
+        dst = ArrayCreateOrNull<ArrayT>(width, height);
+    if (!dst)
+        return;
 
     const bool grey = (colorType & PNG_COLOR_MASK_COLOR) == 0;
     for (png_uint_32 y = 0; y < height; ++y)

@@ -8,6 +8,7 @@
 #include "basis/String.h"
 #include "core/array/sRGB2RGB.h"
 #include "core/feature/FISTDescriptor.h"
+#include "core/feature/FeatureImageTypes.h"
 #include "core/feature/GetColorChannels.h"
 #include "core/feature/StringIsFullyNumeric.h"
 #include "core/matrix/MatConcatenateHorizontal.h"
@@ -18,10 +19,6 @@ namespace Core
 {
 namespace Feature
 {
-
-using Array::Array2dReal64;
-using Array::Array2dVec3Real64;
-using Array::Array2dVec3UInt8;
 
 namespace
 {

@@ -12,6 +12,7 @@
 #include "core/array/ElementWise.h"
 #include "core/array/PixSum.h"
 #include "core/array/ProjectRange.h"
+#include "core/feature/FeatureImageTypes.h"
 #include "util/StringParser.h"
 
 namespace Tavlin
@@ -20,10 +21,6 @@ namespace Core
 {
 namespace Feature
 {
-
-using Array::Array2dReal64;
-using Array::Array2dVec3Real64;
-using Array::Array2dVec3UInt8;
 
 namespace
 {

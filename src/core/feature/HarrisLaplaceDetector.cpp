@@ -15,6 +15,7 @@
 #include "core/array/LaplacianAtPoints.h"
 #include "core/array/ProjectRange.h"
 #include "core/array/RecGauss.h"
+#include "core/feature/FeatureImageTypes.h"
 #include "core/table/SortOnColumn5.h"
 
 namespace Tavlin
@@ -23,10 +24,6 @@ namespace Core
 {
 namespace Feature
 {
-
-using Array::Array2dReal64;
-using Array::Array2dVec3Real64;
-using Array::Array2dVec3UInt8;
 
 namespace
 {
@@ -80,6 +77,26 @@ void HarrisLadder(HarrisLaplaceDetector& det, std::vector<MyPoint*>& points, Arr
     }
 }
 
+// One row of a channel's structure terms a a s2, b b s2 and a b s2 from its first
+// derivatives a, b: stored, or added to the row's terms. The stored terms of the first
+// channel replace its derivatives, so pxx and pyy may be px and py.
+template <bool kAdd>
+inline void StructureTermsRow(const double* px, const double* py, double* pxx, double* pyy, double* pxy,
+                              long long width, double s2)
+{
+    for (long long x = 0; x < width; ++x)
+    {
+        const double a = px[x];
+        const double b = py[x];
+        const double xx = a * a * s2;
+        const double yy = b * b * s2;
+        const double xy = a * b * s2;
+        pxx[x] = kAdd ? pxx[x] + xx : xx;
+        pyy[x] = kAdd ? pyy[x] + yy : yy;
+        pxy[x] = kAdd ? pxy[x] + xy : xy;
+    }
+}
+
 void FreePoints(std::vector<MyPoint*>& points)
 {
     for (MyPoint* p : points)
@@ -106,47 +123,30 @@ void HarrisLaplaceDetector::AddStructureTerms(Array2dReal64* channel, double sd,
     }
     const double s2 = sd * sd;
     const long long width = channel->mWidth;
-    const long long height = channel->mHeight;
     if (first)
     {
         // The first channel's terms take over the derivative planes.
         lxy = Array::ArrayClone<Array2dReal64, Array2dReal64>(dx, 0, 0);
-        for (long long y = 0; y < height; ++y)
-        {
-            double* __restrict px = dx->PixelPtr(0, y);
-            double* __restrict py = dy->PixelPtr(0, y);
-            double* __restrict pxy = lxy->PixelPtr(0, y);
-            for (long long x = 0; x < width; ++x)
-            {
-                const double a = px[x];
-                const double b = py[x];
-                pxy[x] = a * b * s2;
-                px[x] = a * a * s2;
-                py[x] = b * b * s2;
-            }
-        }
         lxx = dx;
         lyy = dy;
-        return;
     }
-    for (long long y = 0; y < height; ++y)
+    for (long long y = 0; y < channel->mHeight; ++y)
     {
-        const double* __restrict px = dx->PixelPtr(0, y);
-        const double* __restrict py = dy->PixelPtr(0, y);
-        double* __restrict pxx = lxx->PixelPtr(0, y);
-        double* __restrict pyy = lyy->PixelPtr(0, y);
-        double* __restrict pxy = lxy->PixelPtr(0, y);
-        for (long long x = 0; x < width; ++x)
-        {
-            const double a = px[x];
-            const double b = py[x];
-            pxx[x] = pxx[x] + a * a * s2;
-            pyy[x] = pyy[x] + b * b * s2;
-            pxy[x] = pxy[x] + a * b * s2;
-        }
+        const double* px = dx->PixelPtr(0, y);
+        const double* py = dy->PixelPtr(0, y);
+        double* pxx = lxx->PixelPtr(0, y);
+        double* pyy = lyy->PixelPtr(0, y);
+        double* pxy = lxy->PixelPtr(0, y);
+        if (first)
+            StructureTermsRow<false>(px, py, pxx, pyy, pxy, width, s2);
+        else
+            StructureTermsRow<true>(px, py, pxx, pyy, pxy, width, s2);
     }
-    delete dx;
-    delete dy;
+    if (!first)
+    {
+        delete dx;
+        delete dy;
+    }
 }
 
 Array2dReal64* HarrisLaplaceDetector::IntegrateTerms(Array2dReal64* lxx, Array2dReal64* lyy, Array2dReal64* lxy,

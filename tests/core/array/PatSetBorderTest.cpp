@@ -2,95 +2,70 @@
 
 #include <gtest/gtest.h>
 
-#include "core/array/ArrayFactories.h"
+#include <memory>
+#include <utility>
+
 #include "core/array/FuncBorderPropagateNormalized2d.h"
+#include "support/SyntheticImage.h"
 
 using namespace Tavlin::Core::Array;
 using namespace Tavlin::Core::Array::Pattern;
+using TestSupport::kBorderSentinel;
 
 namespace
 {
 
-const double kSentinel = -999.0;
-
 // 3 x 2 image, border 2 x 2 of sentinels; pixel (x, y) = 1 + x + 10 y.
-Array2dReal64* MakeImage()
+std::unique_ptr<Array2dReal64> MakeImage()
 {
-    Array2dReal64* a = ArrayCreate<Array2dReal64>(3, 2, 2, 2);
-    for (uint64_t i = 0; i < a->DataSize(); ++i)
-        a->Data()[i] = kSentinel;
-    for (long long y = 0; y < 2; ++y)
-        for (long long x = 0; x < 3; ++x)
-            *a->PixelPtr(x, y) = 1.0 + x + 10 * y;
-    return a;
+    return std::unique_ptr<Array2dReal64>(
+        TestSupport::MakePlane(3, 2, 2, [](long long x, long long y) { return 1.0 + x + 10 * y; }));
 }
-
-double At(Array2dReal64* a, long long x, long long y) { return *a->PixelPtr(x, y); }
 
 } // namespace
 
-TEST(PatSetBorder, ConstantFillsRequestedFrame)
+TEST(PatSetBorder, ConstantFillsTheFrameAskedAndReservedTypesNothing)
 {
-    Array2dReal64* a = MakeImage();
-    PatSetBorder(a, 1, 2, BorderConstant, 7.0, 0.0, 0.0, 0.0, 0.0);
+    std::unique_ptr<Array2dReal64> a = MakeImage();
+    PatSetBorder(a.get(), 1, 2, BorderConstant, 7.0, 0.0, 0.0, 0.0, 0.0);
+    std::unique_ptr<Array2dReal64> b = MakeImage();
+    PatSetBorder(b.get(), 2, 2, BorderReserved1, 7.0, 1.0, 1.0, 1.0, 1.0);
+    PatSetBorder(b.get(), 2, 2, BorderReserved2, 7.0, 1.0, 1.0, 1.0, 1.0);
     for (long long y = -2; y < 4; ++y)
         for (long long x = -2; x < 5; ++x)
         {
             const bool image = x >= 0 && x < 3 && y >= 0 && y < 2;
-            const bool filled = !image && x >= -1 && x < 4;
-            const double expected = image ? 1.0 + x + 10 * y : (filled ? 7.0 : kSentinel);
-            EXPECT_EQ(At(a, x, y), expected) << x << "," << y;
+            const double original = image ? 1.0 + x + 10 * y : kBorderSentinel;
+            EXPECT_EQ(*a->PixelPtr(x, y), !image && x >= -1 && x < 4 ? 7.0 : original) << x << "," << y;
+            EXPECT_EQ(*b->PixelPtr(x, y), original) << x << "," << y;
         }
-    delete a;
-
-    // Types 1 and 2 leave the array untouched.
-    Array2dReal64* b = MakeImage();
-    PatSetBorder(b, 2, 2, BorderReserved1, 7.0, 1.0, 1.0, 1.0, 1.0);
-    PatSetBorder(b, 2, 2, BorderReserved2, 7.0, 1.0, 1.0, 1.0, 1.0);
-    for (uint64_t i = 0; i < b->DataSize(); ++i)
-    {
-        const double v = b->Data()[i];
-        EXPECT_TRUE(v == kSentinel || (v >= 1.0 && v <= 13.0));
-    }
-    EXPECT_EQ(At(b, -1, 0), kSentinel);
-    delete b;
 }
 
-TEST(PatSetBorder, PropagationScalesOnlyLeftAndTop)
+TEST(PatSetBorder, PropagationWithNormMinusOneNegatesOnlyLeftAndTop)
 {
-    Array2dReal64* a = MakeImage();
-    PatSetBorder(a, 2, 2, BorderPropagateNormalized, 0.0, -1.0, -1.0, -1.0, -1.0);
-    // Rows of the image: left negated, right plain.
+    std::unique_ptr<Array2dReal64> a = MakeImage();
+    PatSetBorder(a.get(), 2, 2, BorderPropagateNormalized, 0.0, -1.0, -1.0, -1.0, -1.0);
+    // Image rows: left the negated first pixel, right the last.
     for (long long y = 0; y < 2; ++y)
-    {
-        const double first = 1.0 + 10 * y;
-        const double last = 3.0 + 10 * y;
-        EXPECT_EQ(At(a, -1, y), -first);
-        EXPECT_EQ(At(a, -2, y), -first);
-        EXPECT_EQ(At(a, 3, y), last);
-        EXPECT_EQ(At(a, 4, y), last);
-    }
-    // Rows above: row 0 negated, corners included; rows below: plain copies of row 1.
+        for (long long k = 1; k <= 2; ++k)
+        {
+            EXPECT_EQ(*a->PixelPtr(-k, y), -(1.0 + 10 * y));
+            EXPECT_EQ(*a->PixelPtr(2 + k, y), 3.0 + 10 * y);
+        }
+    // Rows above: row 0 negated, corners included; rows below: copies of row 1.
     for (long long x = -2; x < 5; ++x)
         for (long long k = 1; k <= 2; ++k)
         {
-            EXPECT_EQ(At(a, x, -k), -At(a, x, 0)) << x;
-            EXPECT_EQ(At(a, x, 1 + k), At(a, x, 1)) << x;
+            EXPECT_EQ(*a->PixelPtr(x, -k), -*a->PixelPtr(x, 0)) << x;
+            EXPECT_EQ(*a->PixelPtr(x, 1 + k), *a->PixelPtr(x, 1)) << x;
         }
-    EXPECT_EQ(At(a, -2, -2), 1.0);  // negated twice
-    EXPECT_EQ(At(a, 4, -1), -3.0);  // negated once
-    EXPECT_EQ(At(a, -1, 3), -11.0); // left of the last row
-    EXPECT_EQ(At(a, 4, 3), 13.0);
-    delete a;
+    EXPECT_EQ(*a->PixelPtr(-2, -2), 1.0); // negated twice
 
     // Integer norms multiply in double; rows only when numX is 0.
-    Array2dReal64* b = MakeImage();
-    FuncBorderPropagateNormalized2d(b, 0, 1, 3, 5, 2, 5);
-    EXPECT_EQ(At(b, 0, -1), 2.0);
-    EXPECT_EQ(At(b, 2, -1), 6.0);
-    EXPECT_EQ(At(b, 2, 2), 13.0);
-    EXPECT_EQ(At(b, -1, 0), kSentinel);
-    EXPECT_EQ(At(b, -1, -1), kSentinel);
-    EXPECT_EQ(At(b, 0, -2), kSentinel);
-    delete b;
+    std::unique_ptr<Array2dReal64> b = MakeImage();
+    FuncBorderPropagateNormalized2d(b.get(), 0, 1, 3, 5, 2, 5);
+    EXPECT_EQ(*b->PixelPtr(2, -1), 6.0);
+    EXPECT_EQ(*b->PixelPtr(2, 2), 13.0);
+    for (const auto& p : {std::make_pair(-1, 0), std::make_pair(-1, -1), std::make_pair(0, -2)})
+        EXPECT_EQ(*b->PixelPtr(p.first, p.second), kBorderSentinel);
 }

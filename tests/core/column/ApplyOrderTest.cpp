@@ -2,119 +2,80 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <vector>
 
-#include "core/array/Array2dTem.h"
-#include "core/column/ColumnTem.h"
-#include "core/column/InvalidColumn.h"
-#include "core/vector/VectorSet.h"
 #include "support/LogCapture.h"
 
 using Tavlin::Core::Array::Array2dReal64;
 using Tavlin::Core::Column::ApplyOrder;
 using Tavlin::Core::Column::ColumnTem;
-using Tavlin::Core::Column::InvalidColumn;
 using Tavlin::Core::Vector::VectorSet;
-using TestSupport::LogCapture;
 
 namespace
 {
 
-void SetOrder(ColumnTem<int>& order, const std::vector<int>& places)
+std::unique_ptr<ColumnTem<int>> Order(const std::vector<int>& places)
 {
-    order.Reserve(static_cast<int>(places.size()), false);
+    std::unique_ptr<ColumnTem<int>> order(new ColumnTem<int>(static_cast<int>(places.size())));
     for (size_t i = 0; i < places.size(); ++i)
-        order[static_cast<int>(i)] = places[i];
+        (*order)[static_cast<int>(i)] = places[i];
+    return order;
 }
 
 } // namespace
 
-TEST(ApplyOrder, MovesEachElementToItsPlaceAcrossSeveralCycles)
+TEST(ApplyOrder, MovesEachElementToItsPlaceAcrossCycles)
 {
-    // Cycles (0 3 5), (1 2), and the fixed point 4.
-    ColumnTem<int> order;
-    SetOrder(order, {3, 2, 1, 5, 4, 0});
-    ColumnTem<double> column(6);
-    for (int i = 0; i < 6; ++i)
-        column[i] = 100.0 + i;
-    ApplyOrder(&column, &order);
-    // Element i now stands at order[i].
-    const std::vector<int> places = {3, 2, 1, 5, 4, 0};
-    for (int i = 0; i < 6; ++i)
-        EXPECT_EQ(column[places[i]], 100.0 + i) << "element " << i;
-    // The order itself is left as it was.
-    EXPECT_EQ(order[0], 3);
-    EXPECT_EQ(order[5], 0);
+    // Cycles (0 3 5) (1 2) and a fixed point; one long cycle; the identity.
+    for (const std::vector<int>& places : {std::vector<int>{3, 2, 1, 5, 4, 0}, {1, 2, 3, 4, 0}, {0, 1, 2}})
+    {
+        const int n = static_cast<int>(places.size());
+        std::unique_ptr<ColumnTem<int>> order = Order(places);
+        ColumnTem<double> column(n);
+        for (int i = 0; i < n; ++i)
+            column[i] = 100.0 + i;
+        ApplyOrder(&column, order.get());
+        for (int i = 0; i < n; ++i)
+        {
+            EXPECT_EQ(column[places[i]], 100.0 + i) << "element " << i << " of " << n;
+            EXPECT_EQ((*order)[i], places[i]);
+        }
+    }
 
-    // One long cycle: a rotation by one.
-    ColumnTem<int> rotate;
-    SetOrder(rotate, {1, 2, 3, 4, 0});
-    ColumnTem<double> ring(5);
-    for (int i = 0; i < 5; ++i)
-        ring[i] = i;
-    ApplyOrder(&ring, &rotate);
-    EXPECT_EQ(ring[0], 4.0);
-    EXPECT_EQ(ring[1], 0.0);
-    EXPECT_EQ(ring[4], 3.0);
-}
-
-TEST(ApplyOrder, MovesWholeVectors)
-{
-    ColumnTem<int> order;
-    SetOrder(order, {2, 0, 1});
+    // Whole vectors move; rows beyond the order stay.
+    std::unique_ptr<ColumnTem<int>> order = Order({2, 0, 1});
     VectorSet<Array2dReal64> set(true, 3, 4);
     for (int i = 0; i < 4; ++i)
         for (int k = 0; k < 3; ++k)
             set.GetVectorData(i)[k] = 10.0 * i + k;
-    ApplyOrder(&set, &order);
-    const int from[3] = {1, 2, 0};
-    for (int place = 0; place < 3; ++place)
+    ApplyOrder(&set, order.get());
+    const int from[4] = {1, 2, 0, 3};
+    for (int place = 0; place < 4; ++place)
         for (int k = 0; k < 3; ++k)
             EXPECT_EQ(set.GetVectorData(place)[k], 10.0 * from[place] + k);
-    // Rows beyond the order stay.
-    EXPECT_EQ(set.GetVectorData(3)[2], 32.0);
-}
-
-TEST(ApplyOrder, IdentityEmptyAndInvalidColumnsChangeNothing)
-{
-    LogCapture log("Tavlin.Core.Column.ApplyOrder");
-    ColumnTem<int> identity;
-    SetOrder(identity, {0, 1, 2});
-    ColumnTem<double> column(3);
-    column[0] = 5.0;
-    column[1] = 6.0;
-    column[2] = 7.0;
-    ApplyOrder(&column, &identity);
-    EXPECT_EQ(column[0], 5.0);
-    EXPECT_EQ(column[2], 7.0);
-
-    ColumnTem<double> empty;
-    ApplyOrder(&empty, &identity);
-    InvalidColumn invalid;
-    ApplyOrder(&invalid, &identity);
-    EXPECT_EQ(log.Text(), "");
 }
 
 TEST(ApplyOrder, RefusesShortColumnsAndOrdersThatAreNoPermutation)
 {
-    LogCapture log("Tavlin.Core.Column.ApplyOrder");
-    ColumnTem<int> order;
-    SetOrder(order, {1, 0, 2});
+    TestSupport::LogCapture log("Tavlin.Core.Column.ApplyOrder");
+    std::unique_ptr<ColumnTem<int>> order = Order({1, 0, 2});
+    // Empty and invalid columns: nothing to do, nothing said.
+    ColumnTem<double> empty;
+    ApplyOrder(&empty, order.get());
+    Tavlin::Core::Column::InvalidColumn invalid;
+    ApplyOrder(&invalid, order.get());
+    EXPECT_EQ(log.Text(), "");
+
     ColumnTem<double> shortColumn(2);
     shortColumn[0] = 1.0;
     shortColumn[1] = 2.0;
-    ApplyOrder(&shortColumn, &order);
-    EXPECT_EQ(log.Text(), "Column to reorder shorter than the presented order\n");
+    ApplyOrder(&shortColumn, order.get());
     EXPECT_EQ(shortColumn[0], 1.0);
-
-    // Two elements sent to one place: reported, and the walk ends.
-    ColumnTem<int> twice;
-    SetOrder(twice, {1, 1, 0});
+    // Two elements sent to one place, or one sent outside: reported, and the walk ends.
     ColumnTem<double> column(3);
-    ApplyOrder(&column, &twice);
-    ColumnTem<int> outside;
-    SetOrder(outside, {3, 0, 1});
-    ApplyOrder(&column, &outside);
+    for (const std::vector<int>& places : {std::vector<int>{1, 1, 0}, {3, 0, 1}})
+        ApplyOrder(&column, Order(places).get());
     EXPECT_EQ(log.Text(), "Column to reorder shorter than the presented order\n"
                           "Order to apply is not a permutation\n"
                           "Order to apply is not a permutation\n");

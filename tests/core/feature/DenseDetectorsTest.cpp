@@ -3,114 +3,92 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <vector>
 
 #include "core/feature/MakeDenseInterpolator.h"
 
 using namespace Tavlin::Core;
+using Array::Array2dReal64;
 using Feature::PointDescriptorTable;
 
 namespace
 {
-std::unique_ptr<Array::Array2dVec3UInt8> Image(int width, int height)
-{
-    return std::make_unique<Array::Array2dVec3UInt8>(width, height, 0, 0);
-}
+typedef std::unique_ptr<PointDescriptorTable> TablePtr;
+
+// x, y and scale of row i.
+std::vector<double> Row(const TablePtr& table, int i) { return {table->X()[i], table->Y()[i], table->Scale()[i]}; }
 } // namespace
 
-TEST(DenseSamplingGrid, StaggeredRowsKeepClearOfTheBorder)
+TEST(DenseDetectors, GridsOfTheStatedExamples)
 {
-    auto image = Image(100, 100);
-    std::unique_ptr<PointDescriptorTable> table(Feature::DenseSamplingDetector(image.get(), 6, {1.2, 2.0}));
+    Array::Array2dVec3UInt8 image(100, 100, 0, 0);
+    TablePtr table(Feature::DenseSamplingDetector(&image, 6, {1.2, 2.0}));
     // First row y = 6 with x = 9..93 (15 positions), second y = 12 with x = 6..90 (15);
-    // rows stop below 94, so the last is y = 90: 15 rows in all.
+    // rows stop below 94, so the last is y = 90: 15 rows in all, each point at both scales.
     ASSERT_EQ(table->Size(), 15 * 15 * 2);
-    EXPECT_EQ(table->X()[0], 9.0);
-    EXPECT_EQ(table->Y()[0], 6.0);
-    EXPECT_EQ(table->Scale()[0], 1.2);
-    EXPECT_EQ(table->X()[1], 9.0);
-    EXPECT_EQ(table->Scale()[1], 2.0);
-    EXPECT_EQ(table->X()[29], 93.0);
-    EXPECT_EQ(table->Y()[30], 12.0);
-    EXPECT_EQ(table->X()[30], 6.0);
-    EXPECT_EQ(table->X()[59], 90.0);
-    EXPECT_EQ(table->Y()[table->Size() - 1], 90.0);
+    const std::pair<int, std::vector<double>> rows[] = {{0, {9, 6, 1.2}},  {1, {9, 6, 2.0}},   {29, {93, 6, 2.0}},
+                                                        {30, {6, 12, 1.2}}, {59, {90, 12, 2.0}}, {449, {93, 90, 2.0}}};
+    for (const auto& r : rows)
+        EXPECT_EQ(Row(table, r.first), r.second) << r.first;
     for (int i = 0; i < table->Size(); ++i)
-        ASSERT_EQ(table->Orientation()[i] + table->Cornerness()[i], 0.0);
+        ASSERT_TRUE(table->Orientation()[i] == 0.0 && table->Cornerness()[i] == 0.0);
+    EXPECT_EQ(TablePtr(Feature::DenseSamplingDetector(&image, 50, {1.0}))->Size(), 0);
+    EXPECT_EQ(TablePtr(Feature::DenseSamplingDetector(&image, 6, {}))->Size(), 0);
 
-    std::unique_ptr<PointDescriptorTable> wide(Feature::DenseSamplingDetector(image.get(), 50, {1.0}));
-    EXPECT_EQ(wide->Size(), 0);
-    std::unique_ptr<PointDescriptorTable> noScales(Feature::DenseSamplingDetector(image.get(), 6, {}));
-    EXPECT_EQ(noScales->Size(), 0);
-}
-
-TEST(DenseGrids, PlainGridAndEveryPixel)
-{
-    auto image = Image(13, 7);
-    std::unique_ptr<PointDescriptorTable> plain(Feature::DenseDetector(image.get(), 4, {1.0}));
-    // x = 0, 4, 8, 12 (W - 1 is on the grid), y = 0, 4.
+    // The plain grid: x = 0, 4, 8, 12 (W - 1 is on the grid), y = 0, 4.
+    Array::Array2dVec3UInt8 small(13, 7, 0, 0);
+    TablePtr plain(Feature::DenseDetector(&small, 4, {1.0}));
     ASSERT_EQ(plain->Size(), 8);
-    EXPECT_EQ(plain->X()[0], 0.0);
-    EXPECT_EQ(plain->Y()[0], 0.0);
-    EXPECT_EQ(plain->X()[3], 12.0);
-    EXPECT_EQ(plain->Y()[4], 4.0);
-
-    std::unique_ptr<PointDescriptorTable> all(Feature::DenseAllDetector(image.get(), {1.0, 2.0}));
+    EXPECT_EQ(Row(plain, 3), (std::vector<double>{12, 0, 1}));
+    EXPECT_EQ(Row(plain, 4), (std::vector<double>{0, 4, 1}));
+    // Every pixel at every scale.
+    TablePtr all(Feature::DenseAllDetector(&small, {1.0, 2.0}));
     ASSERT_EQ(all->Size(), 13 * 7 * 2);
     EXPECT_EQ(all->Capacity(), 13 * 7 * 2);
-    EXPECT_EQ(all->X()[2], 1.0);
-    EXPECT_EQ(all->Y()[26], 1.0);
-
-    auto empty = Image(5, 0);
-    std::unique_ptr<PointDescriptorTable> none(Feature::DenseDetector(empty.get(), 4, {1.0}));
-    EXPECT_EQ(none->Size(), 0);
+    EXPECT_EQ(Row(all, 2), (std::vector<double>{1, 0, 1}));
+    EXPECT_EQ(Row(all, 27), (std::vector<double>{0, 1, 2}));
+    Array::Array2dVec3UInt8 empty(5, 0, 0, 0);
+    EXPECT_EQ(TablePtr(Feature::DenseDetector(&empty, 4, {1.0}))->Size(), 0);
 }
 
 TEST(DenseInterpolator, ColumnsFollowTheEdgeAndInteriorRules)
 {
-    std::unique_ptr<Array::Array2dReal64> m(Feature::MakeDenseInterpolator<Array::Array2dReal64>(16, 4, 8, false));
+    std::unique_ptr<Array2dReal64> m(Feature::MakeDenseInterpolator<Array2dReal64>(16, 4, 8, false));
     ASSERT_TRUE(m);
     ASSERT_EQ(m->mWidth, 3);
     ASSERT_EQ(m->mHeight, 16);
     auto at = [&](int row, int col) { return m->mData[row * 3 + col]; };
     // Column 0 (t = 0) fails the strict interior test and takes the mirrored edge
     // kernel at rows 0..11; column 1 at rows 4..15; column 2 stays empty.
-    double sum0 = 0, sum1 = 0, sum2 = 0;
+    double sums[3] = {0, 0, 0};
     for (int row = 0; row < 16; ++row)
-    {
-        sum0 += at(row, 0);
-        sum1 += at(row, 1);
-        sum2 += at(row, 2);
-    }
-    EXPECT_NEAR(sum0, 1.0, 1e-12);
-    EXPECT_NEAR(sum1, 1.0, 1e-12);
-    EXPECT_EQ(sum2, 0.0);
+        for (int col = 0; col < 3; ++col)
+            sums[col] += at(row, col);
+    EXPECT_NEAR(sums[0], 1.0, 1e-12);
+    EXPECT_NEAR(sums[1], 1.0, 1e-12);
+    EXPECT_EQ(sums[2], 0.0);
     EXPECT_EQ(at(12, 0), 0.0);
     EXPECT_GT(at(0, 0), 0.0);
     EXPECT_LT(at(0, 0), at(11, 0)); // mirrored: rising, then flat
     EXPECT_EQ(at(3, 1), 0.0);
     EXPECT_EQ(at(15, 1), at(11, 0));
 
-    // A large axis: the left edge kernel starts at row 0; interior columns are full
-    // triangles whose halves are equal.
-    std::unique_ptr<Array::Array2dReal64> big(Feature::MakeDenseInterpolator<Array::Array2dReal64>(64, 8, 8, false));
-    ASSERT_TRUE(big);
-    const int64_t b = big->mWidth;
-    double edgeSum = 0;
-    for (int row = 0; row < 64; ++row)
-        edgeSum += big->mData[row * b + 0];
-    EXPECT_NEAR(edgeSum, 1.0, 1e-12); // t = -4: left edge
-    EXPECT_EQ(big->mData[0 * b + 0], big->mData[1 * b + 0]); // flat head
-    const int t = 8 / 2 - 8 + 2 * 8;                          // column 2
-    for (int k = 0; k < 8; ++k)
-        EXPECT_EQ(big->mData[(t + k) * b + 2], big->mData[(t + 15 - k) * b + 2]);
-
-    std::unique_ptr<Array::Array2dReal64> transposed(
-        Feature::MakeDenseInterpolator<Array::Array2dReal64>(16, 4, 8, true));
+    // The transposed form holds the same values.
+    std::unique_ptr<Array2dReal64> transposed(Feature::MakeDenseInterpolator<Array2dReal64>(16, 4, 8, true));
     ASSERT_TRUE(transposed);
-    EXPECT_EQ(transposed->mWidth, 16);
-    EXPECT_EQ(transposed->mHeight, 3);
-    EXPECT_EQ(transposed->mData[1 * 16 + 15], at(15, 1));
+    ASSERT_EQ(transposed->mWidth, 16);
+    ASSERT_EQ(transposed->mHeight, 3);
+    for (int row = 0; row < 16; ++row)
+        for (int col = 0; col < 3; ++col)
+            EXPECT_EQ(transposed->mData[col * 16 + row], at(row, col));
 
-    EXPECT_EQ(Feature::MakeDenseInterpolator<Array::Array2dReal64>(15, 4, 8, false), nullptr);
-    EXPECT_EQ(Feature::MakeDenseInterpolator<Array::Array2dReal64>(64, 4, 7, false), nullptr);
+    // On a longer axis, interior column 2 is a full triangle from row 4 - 8 + 16: its
+    // halves mirror each other.
+    std::unique_ptr<Array2dReal64> big(Feature::MakeDenseInterpolator<Array2dReal64>(64, 8, 8, false));
+    ASSERT_TRUE(big);
+    for (int k = 0; k < 8; ++k)
+        EXPECT_EQ(big->mData[(12 + k) * big->mWidth + 2], big->mData[(27 - k) * big->mWidth + 2]);
+
+    EXPECT_EQ(Feature::MakeDenseInterpolator<Array2dReal64>(15, 4, 8, false), nullptr);
+    EXPECT_EQ(Feature::MakeDenseInterpolator<Array2dReal64>(64, 4, 7, false), nullptr);
 }

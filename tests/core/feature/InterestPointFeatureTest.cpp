@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <numeric>
 
 #include "basis/CmdOptions.h"
 #include "core/feature/PointDescriptorTable.h"
@@ -14,13 +15,17 @@
 #include "util/IOBuffer.h"
 
 using Tavlin::Core::Feature::InterestPointFeature;
+using Tavlin::Core::Feature::PointDescriptorTable;
 using Tavlin::Util::PropertySet;
 
 namespace
 {
+
+typedef std::vector<std::pair<std::string, std::string>> Overrides;
+
 // The snapshot the driver takes: every registered option with its default, then the
 // given overrides.
-PropertySet Snapshot(const std::vector<std::pair<std::string, std::string>>& overrides)
+PropertySet Snapshot(const Overrides& overrides)
 {
     Tavlin::CmdOptions& options = Tavlin::CmdOptions::GetInstance();
     options.Reset();
@@ -34,64 +39,17 @@ PropertySet Snapshot(const std::vector<std::pair<std::string, std::string>>& ove
     return set;
 }
 
-std::string NameOf(const std::vector<std::pair<std::string, std::string>>& overrides)
+// A feature with the snapshot it reads from.
+struct Configured
 {
-    PropertySet set = Snapshot(overrides);
-    InterestPointFeature feature(set);
-    return feature.GetFeatureDefinition().AsString();
-}
-} // namespace
+    explicit Configured(const Overrides& overrides)
+        : set(Snapshot(overrides)), feature(set)
+    {
+    }
+    PropertySet set;
+    InterestPointFeature feature;
+};
 
-TEST(InterestPointFeatureName, ComposesDetectorDescriptorAndParameters)
-{
-    EXPECT_EQ(NameOf({{"descriptor", "sift"}}), "harrislaplace-sift");
-    EXPECT_EQ(NameOf({}), "harrislaplace-");
-    EXPECT_EQ(NameOf({{"harrisThreshold", "1e-09"}, {"descriptor", "sift"}}), "harrislaplace-sift_ht_1e-09");
-    EXPECT_EQ(NameOf({{"detector", "colorharrislaplace"}, {"harrisThreshold", "0.1"}}), "colorharrislaplace-");
-    EXPECT_EQ(NameOf({{"descriptor", "surf"}, {"harrisThreshold", "2e-9"}}), "harrislaplace-surf_sc_3-2-4_ht_2e-9");
-    EXPECT_EQ(NameOf({{"detector", "densesampling"}}), "densesampling-_ds_6-1.2");
-    EXPECT_EQ(NameOf({{"detector", "dense"}, {"ds_spacing", "10"}, {"ds_scales", "1.6+3.2"}}),
-              "dense-_ds_10-1.6-3.2");
-    EXPECT_EQ(NameOf({{"detector", "dense"}, {"ds_spacing", "0"}}), "dense-_ds_0-0");
-    EXPECT_EQ(NameOf({{"detector", "densesampling"}, {"descriptor", "densesift"}}), "densesampling-densesift_ds_6-1.2");
-    EXPECT_EQ(NameOf({{"detector", "none"}, {"descriptor", "dift"}}), "none-dift_ds_");
-    EXPECT_EQ(NameOf({{"detector", "none"}, {"descriptor", "rgbdift"}, {"ds_scales", "6-4+8-4"}}),
-              "none-rgbdift_ds_6-4-8-4");
-    EXPECT_EQ(NameOf({{"descriptor", "opponentsift"}, {"descriptorOpponentWeight", "0.5"}}),
-              "harrislaplace-opponentsift_ow_0.5");
-    // Underscores in the prefix make parameters; the lone tail is dropped.
-    EXPECT_EQ(NameOf({{"featurePrefix", "run_v_2_"}, {"descriptor", "sift"}}), "run_v_2");
-    EXPECT_EQ(NameOf({{"featurePrefix", "my"}, {"descriptor", "sift"}}), "myharrislaplace-sift");
-}
-
-TEST(InterestPointFeatureConfig, ReadsItsMembersFromTheSnapshot)
-{
-    PropertySet dense = Snapshot({{"detector", "dense"}, {"ds_scales", "1.6+3.2"}, {"borderWidth", "5"},
-                                  {"keepLimited", "10"}, {"recGauss", "1"}, {"outputFormat", "binary"}});
-    InterestPointFeature feature(dense);
-    EXPECT_EQ(feature.GetScales(), (std::vector<double>{1.6, 3.2}));
-    EXPECT_EQ(feature.GetBorderWidth(), 5);
-    EXPECT_EQ(feature.GetKeepLimited(), 10);
-    EXPECT_TRUE(feature.GetRecGauss());
-    EXPECT_EQ(feature.GetOutputFormat(), "binary");
-    EXPECT_EQ(feature.GetTimeStats().GroupCount(), 3u);
-    EXPECT_EQ(feature.GetTimeStats().GetGroup(1).mName, "descriptor");
-
-    // Other detectors ignore the dense scales.
-    PropertySet sparse = Snapshot({{"ds_scales", "1.6+3.2"}});
-    EXPECT_TRUE(InterestPointFeature(sparse).GetScales().empty());
-
-    // The fixed seed is the scrambled seed 1; without the flag the clock seeds it.
-    PropertySet fixed = Snapshot({{"noRandomizeSeed", "1"}});
-    EXPECT_EQ(InterestPointFeature(fixed).GetRandom().GetSeed(), 0x5DEECE66CULL);
-    PropertySet clocked = Snapshot({});
-    uint64_t expected = (static_cast<uint64_t>(std::time(nullptr)) ^ 0x5DEECE66DULL) & ((1ULL << 48) - 1);
-    uint64_t seed = InterestPointFeature(clocked).GetRandom().GetSeed();
-    EXPECT_LE(expected - seed, 1u);
-}
-
-namespace
-{
 // The bounded draw of the 48-bit generator, from glibc's nrand48 as an oracle.
 int OracleDraw(unsigned short state[3], int bound)
 {
@@ -105,17 +63,61 @@ int OracleDraw(unsigned short state[3], int bound)
     } while (draw - value + (bound - 1) > 0x7fffffffL);
     return static_cast<int>(value);
 }
+
 } // namespace
+
+TEST(InterestPointFeatureName, ComposesDetectorDescriptorAndParameters)
+{
+    const std::pair<Overrides, const char*> names[] = {
+        {{{"descriptor", "sift"}}, "harrislaplace-sift"},
+        {{}, "harrislaplace-"},
+        {{{"harrisThreshold", "1e-09"}, {"descriptor", "sift"}}, "harrislaplace-sift_ht_1e-09"},
+        {{{"detector", "colorharrislaplace"}, {"harrisThreshold", "0.1"}}, "colorharrislaplace-"},
+        {{{"descriptor", "surf"}, {"harrisThreshold", "2e-9"}}, "harrislaplace-surf_sc_3-2-4_ht_2e-9"},
+        {{{"detector", "densesampling"}}, "densesampling-_ds_6-1.2"},
+        {{{"detector", "dense"}, {"ds_spacing", "10"}, {"ds_scales", "1.6+3.2"}}, "dense-_ds_10-1.6-3.2"},
+        {{{"detector", "dense"}, {"ds_spacing", "0"}}, "dense-_ds_0-0"},
+        {{{"detector", "densesampling"}, {"descriptor", "densesift"}}, "densesampling-densesift_ds_6-1.2"},
+        {{{"detector", "none"}, {"descriptor", "dift"}}, "none-dift_ds_"},
+        {{{"detector", "none"}, {"descriptor", "rgbdift"}, {"ds_scales", "6-4+8-4"}}, "none-rgbdift_ds_6-4-8-4"},
+        {{{"descriptor", "opponentsift"}, {"descriptorOpponentWeight", "0.5"}}, "harrislaplace-opponentsift_ow_0.5"},
+        // Underscores in the prefix make parameters; the lone tail is dropped.
+        {{{"featurePrefix", "run_v_2_"}, {"descriptor", "sift"}}, "run_v_2"},
+        {{{"featurePrefix", "my"}, {"descriptor", "sift"}}, "myharrislaplace-sift"},
+    };
+    for (const auto& n : names)
+        EXPECT_EQ(Configured(n.first).feature.GetFeatureDefinition().AsString(), n.second);
+}
+
+TEST(InterestPointFeatureConfig, ReadsItsMembersFromTheSnapshot)
+{
+    Configured dense({{"detector", "dense"}, {"ds_scales", "1.6+3.2"}, {"borderWidth", "5"},
+                      {"keepLimited", "10"}, {"recGauss", "1"}, {"outputFormat", "binary"}});
+    InterestPointFeature& feature = dense.feature;
+    EXPECT_EQ(feature.GetScales(), (std::vector<double>{1.6, 3.2}));
+    EXPECT_EQ(feature.GetBorderWidth(), 5);
+    EXPECT_EQ(feature.GetKeepLimited(), 10);
+    EXPECT_TRUE(feature.GetRecGauss());
+    EXPECT_EQ(feature.GetOutputFormat(), "binary");
+    EXPECT_EQ(feature.GetTimeStats().GroupCount(), 3u);
+    EXPECT_EQ(feature.GetTimeStats().GetGroup(1).mName, "descriptor");
+    // Other detectors ignore the dense scales.
+    EXPECT_TRUE(Configured(Overrides{{"ds_scales", "1.6+3.2"}}).feature.GetScales().empty());
+
+    // The fixed seed is the scrambled seed 1; without the flag the clock seeds it.
+    EXPECT_EQ(Configured(Overrides{{"noRandomizeSeed", "1"}}).feature.GetRandom().GetSeed(), 0x5DEECE66CULL);
+    const uint64_t expected = (static_cast<uint64_t>(std::time(nullptr)) ^ 0x5DEECE66DULL) & ((1ULL << 48) - 1);
+    const uint64_t seed = Configured(Overrides{}).feature.GetRandom().GetSeed();
+    EXPECT_LE(expected - seed, 1u);
+}
 
 TEST(InterestPointFeatureKeepLimited, KeepsTheRowsAnIndependentShufflePicks)
 {
     TestSupport::TempDir dir;
-    PropertySet set = Snapshot({{"detector", "densesampling"}, {"descriptor", "none"}, {"keepLimited", "7"},
-                                {"noRandomizeSeed", "1"}});
-    InterestPointFeature feature(set);
+    Configured limited({{"detector", "densesampling"}, {"descriptor", "none"}, {"keepLimited", "7"}, {"noRandomizeSeed", "1"}});
+    InterestPointFeature& feature = limited.feature;
     Tavlin::Core::Array::Array2dVec3UInt8 image(60, 40, 0, 0);
-    std::unique_ptr<Tavlin::Core::Feature::PointDescriptorTable> all(
-        feature.ApplyDetector(&image, "densesampling"));
+    std::unique_ptr<PointDescriptorTable> all(feature.ApplyDetector(&image, "densesampling"));
     const int n = all->Size();
     ASSERT_GT(n, 20);
 
@@ -129,8 +131,7 @@ TEST(InterestPointFeatureKeepLimited, KeepsTheRowsAnIndependentShufflePicks)
                                                Tavlin::Persistency::RepositoryGetFile(name, true, false), false,
                                                Tavlin::Persistency::File(), Tavlin::Persistency::File()));
         std::vector<int> order(n);
-        for (int i = 0; i < n; ++i)
-            order[i] = i;
+        std::iota(order.begin(), order.end(), 0);
         for (int i = 1; i < n; ++i)
             std::swap(order[i], order[OracleDraw(state, i + 1)]);
         std::vector<int> chosen(order.begin(), order.begin() + 7);
@@ -138,15 +139,11 @@ TEST(InterestPointFeatureKeepLimited, KeepsTheRowsAnIndependentShufflePicks)
 
         std::unique_ptr<Tavlin::Util::IOBuffer> buffer(
             Tavlin::Persistency::RepositoryGetFile(name, false, false).GetReadBuffer());
-        std::unique_ptr<Tavlin::Core::Feature::PointDescriptorTable> kept(
-            Tavlin::Core::Feature::PointDescriptorTable::ImportFromBuffer(
-                Tavlin::Core::Feature::FeatureDefinition(""), buffer.get(), 0));
+        std::unique_ptr<PointDescriptorTable> kept(
+            PointDescriptorTable::ImportFromBuffer(Tavlin::Core::Feature::FeatureDefinition(""), buffer.get(), 0));
         ASSERT_TRUE(kept);
         ASSERT_EQ(kept->Size(), 7);
         for (int i = 0; i < 7; ++i)
-        {
-            EXPECT_EQ(kept->X()[i], all->X()[chosen[i]]) << run << " " << i;
-            EXPECT_EQ(kept->Y()[i], all->Y()[chosen[i]]) << run << " " << i;
-        }
+            EXPECT_TRUE(kept->X()[i] == all->X()[chosen[i]] && kept->Y()[i] == all->Y()[chosen[i]]) << run << " " << i;
     }
 }

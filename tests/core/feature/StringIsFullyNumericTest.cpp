@@ -6,15 +6,9 @@ using Tavlin::Core::Feature::StringIsFullyNumeric;
 
 TEST(StringIsFullyNumeric, AcceptsDigitsOnlyAndTheEmptyString)
 {
-    EXPECT_TRUE(StringIsFullyNumeric(""));
-    EXPECT_TRUE(StringIsFullyNumeric("0"));
-    EXPECT_TRUE(StringIsFullyNumeric("9"));
-    EXPECT_TRUE(StringIsFullyNumeric("0123456789"));
-    EXPECT_FALSE(StringIsFullyNumeric("n1"));
-    EXPECT_FALSE(StringIsFullyNumeric("1a"));
-    EXPECT_FALSE(StringIsFullyNumeric("-1"));
-    EXPECT_FALSE(StringIsFullyNumeric("1.5"));
-    EXPECT_FALSE(StringIsFullyNumeric(" 1"));
-    EXPECT_FALSE(StringIsFullyNumeric("/"));
-    EXPECT_FALSE(StringIsFullyNumeric(":"));
+    for (const char* yes : {"", "0", "9", "0123456789"})
+        EXPECT_TRUE(StringIsFullyNumeric(yes)) << yes;
+    // "/" and ":" border the digits in ASCII.
+    for (const char* no : {"n1", "1a", "-1", "1.5", " 1", "/", ":"})
+        EXPECT_FALSE(StringIsFullyNumeric(no)) << no;
 }

@@ -2,95 +2,64 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
-#include <memory>
-#include <vector>
 
-#include "core/array/Array2dTem.h"
-#include "core/matrix/MatCreate.h"
+#include "support/Matrices.h"
 
-using Tavlin::Core::Array::Array2dReal64;
-using Tavlin::Core::Matrix::MatCreate;
 using Tavlin::Core::Matrix::MatInverse;
+using TestSupport::MatrixOf;
+using TestSupport::MatrixPtr;
 
-namespace
+TEST(MatInverse, KnownInversesAndProductWithTheInverse)
 {
-
-std::unique_ptr<Array2dReal64> Matrix(int rows, int cols, const std::vector<double>& values)
-{
-    std::unique_ptr<Array2dReal64> m(MatCreate<Array2dReal64>(rows, cols));
-    for (size_t i = 0; i < values.size(); ++i)
-        m->mData[i] = values[i];
-    return m;
-}
-
-} // namespace
-
-TEST(MatInverse, InvertsSmallMatricesWithKnownInverses)
-{
-    auto one = Matrix(1, 1, {4.0});
-    std::unique_ptr<Array2dReal64> quarter(MatInverse(one.get()));
+    MatrixPtr quarter(MatInverse(MatrixOf(1, 1, {4.0}).get()));
     ASSERT_NE(quarter, nullptr);
     EXPECT_EQ(quarter->mData[0], 0.25);
 
     // [4 7; 2 6]^-1 = [0.6 -0.7; -0.2 0.4]
-    auto m = Matrix(2, 2, {4, 7, 2, 6});
-    std::unique_ptr<Array2dReal64> inv(MatInverse(m.get()));
+    MatrixPtr inv(MatInverse(MatrixOf(2, 2, {4, 7, 2, 6}).get()));
     ASSERT_NE(inv, nullptr);
     const double expected[4] = {0.6, -0.7, -0.2, 0.4};
     for (int i = 0; i < 4; ++i)
         EXPECT_NEAR(inv->mData[i], expected[i], 1e-15);
 
-    // A zero on the diagonal needs a row exchange; the permutation is its own inverse.
-    auto swap = Matrix(3, 3, {0, 1, 0, 1, 0, 0, 0, 0, 2});
-    std::unique_ptr<Array2dReal64> swapped(MatInverse(swap.get()));
+    // A zero on the diagonal needs a row exchange; the operand is left as it was.
+    MatrixPtr swap = MatrixOf(3, 3, {0, 1, 0, 1, 0, 0, 0, 0, 2});
+    MatrixPtr swapped(MatInverse(swap.get()));
     ASSERT_NE(swapped, nullptr);
     const double swapInverse[9] = {0, 1, 0, 1, 0, 0, 0, 0, 0.5};
     for (int i = 0; i < 9; ++i)
         EXPECT_EQ(swapped->mData[i], swapInverse[i]);
-    // The operand is left as it was.
     EXPECT_EQ(swap->mData[0], 0.0);
-}
 
-TEST(MatInverse, ProductWithTheInverseIsTheIdentity)
-{
+    // A diagonally dominant random matrix times its inverse is the identity.
     const int n = 6;
-    std::unique_ptr<Array2dReal64> m(MatCreate<Array2dReal64>(n, n));
-    unsigned state = 11;
-    for (int i = 0; i < n * n; ++i)
-    {
-        state = state * 1103515245u + 12345u;
-        m->mData[i] = ((state >> 8) & 0xffff) / 65536.0 - 0.5 + (i % (n + 1) == 0 ? 2.0 : 0.0);
-    }
-    std::unique_ptr<Array2dReal64> inv(MatInverse(m.get()));
-    ASSERT_NE(inv, nullptr);
+    MatrixPtr m = TestSupport::RandomMatrix(n, n, 11);
+    for (int i = 0; i < n; ++i)
+        m->mData[i * n + i] += 2.0;
+    MatrixPtr mInv(MatInverse(m.get()));
+    ASSERT_NE(mInv, nullptr);
     for (int i = 0; i < n; ++i)
         for (int j = 0; j < n; ++j)
         {
             double sum = 0.0;
             for (int k = 0; k < n; ++k)
-                sum += m->mData[i * n + k] * inv->mData[k * n + j];
+                sum += m->mData[i * n + k] * mInv->mData[k * n + j];
             EXPECT_NEAR(sum, i == j ? 1.0 : 0.0, 1e-12) << i << "," << j;
         }
 }
 
-TEST(MatInverse, RefusesNonSquareAndZeroRowMatricesOnStandardError)
+TEST(MatInverse, NonSquareZeroRowAndSingularMatrices)
 {
-    auto wide = Matrix(2, 3, {1, 2, 3, 4, 5, 6});
     testing::internal::CaptureStderr();
-    EXPECT_EQ(MatInverse(wide.get()), nullptr);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "MatInverse: matrix is not square!\n");
+    EXPECT_EQ(MatInverse(MatrixOf(2, 3).get()), nullptr);
+    EXPECT_EQ(MatInverse(MatrixOf(2, 2, {1, 2, 0, 0}).get()), nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "MatInverse: matrix is not square!\nMatInverse: singular matrix can't be inverted.\n");
 
-    auto zeroRow = Matrix(2, 2, {1, 2, 0, 0});
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(MatInverse(zeroRow.get()), nullptr);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "MatInverse: singular matrix can't be inverted.\n");
-}
-
-TEST(MatInverse, SingularMatrixWithoutZeroRowGivesHugeValues)
-{
-    auto singular = Matrix(2, 2, {1, 2, 2, 4});
-    std::unique_ptr<Array2dReal64> inv(MatInverse(singular.get()));
+    // Singular without a zero row: finite but huge values.
+    MatrixPtr inv(MatInverse(MatrixOf(2, 2, {1, 2, 2, 4}).get()));
     ASSERT_NE(inv, nullptr);
     double largest = 0.0;
     for (int i = 0; i < 4; ++i)

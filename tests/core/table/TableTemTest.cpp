@@ -3,66 +3,46 @@
 #include <gtest/gtest.h>
 
 #include <sstream>
-#include <string>
 
 #include "core/vector/VectorTem.h"
 #include "util/Quid.h"
 
 using Tavlin::Quid;
+using Tavlin::Core::Array::Array2dReal64;
 using Tavlin::Core::Table::FeatureTableTem;
 using Tavlin::Core::Table::PointDescriptorTableTem;
-using Tavlin::Core::Table::RandomTreeTableTem;
 using Tavlin::Core::Vector::VectorTem;
 
-TEST(TableTem, AddGrowsByDoublingFromZero)
+TEST(TableTem, AddGrowsByDoublingFromZeroAndCopiesTheVectors)
 {
     FeatureTableTem table;
     EXPECT_EQ(table.Capacity(), 0);
-    EXPECT_EQ(table.Size(), 0);
-    EXPECT_EQ(table.mInfo, "no info");
-    // A vector set of length 3 and capacity 0.
-    table.mColumn2.SetStorage(new Tavlin::Core::Array::Array2dReal64(3, 0, 0, 0));
-
+    table.mColumn2.SetStorage(new Array2dReal64(3, 0, 0, 0));
     const int expected[6] = {1, 2, 4, 4, 8, 8};
+    double data[3];
     for (int i = 0; i < 6; ++i)
     {
-        VectorTem<double> v(3);
         for (int k = 0; k < 3; ++k)
-            v[k] = 10.0 * i + k;
-        ASSERT_TRUE(table.Add(Quid(i, 100 + i), v));
+            data[k] = 10.0 * i + k;
+        ASSERT_TRUE(table.Add(Quid(i, 100 + i), VectorTem<double>(3, data, true)));
         EXPECT_EQ(table.Size(), i + 1);
         EXPECT_EQ(table.Capacity(), expected[i]) << "after row " << i;
         EXPECT_EQ(table.mColumn2.Capacity(), expected[i]);
     }
-    // Earlier rows survived every growth; the set's own size is not the table's.
+    // Earlier rows survived every growth, and not as views of `data`.
     for (int i = 0; i < 6; ++i)
     {
         EXPECT_EQ(table.mColumn1[i], Quid(i, 100 + i));
         EXPECT_EQ(table.mColumn2.GetVectorData(i)[0], 10.0 * i);
         EXPECT_EQ(table.mColumn2.GetVectorData(i)[2], 10.0 * i + 2);
     }
-    EXPECT_EQ(table.mColumn2.Size(), 0);
 }
 
-TEST(TableTem, AddCopiesOwnedVectorsAndReadsWrappedOnes)
-{
-    FeatureTableTem table(2);
-    table.mColumn2.SetStorage(new Tavlin::Core::Array::Array2dReal64(2, 2, 0, 0));
-    double data[2] = {1.0, 2.0};
-    ASSERT_TRUE(table.Add(Quid(1, 1), VectorTem<double>(2, data, true)));
-    data[0] = 5.0;
-    EXPECT_EQ(table.mColumn2.GetVectorData(0)[0], 1.0);
-    EXPECT_EQ(table.Capacity(), 2);
-}
-
-TEST(TableTem, ReserveMovesAllRealColumnsAndClampsTheSize)
+TEST(TableTem, ReserveMovesAllColumnsAndClampsTheSize)
 {
     PointDescriptorTableTem table;
-    table.mColumn6.SetStorage(new Tavlin::Core::Array::Array2dReal64(2, 0, 0, 0));
+    table.mColumn6.SetStorage(new Array2dReal64(2, 0, 0, 0));
     ASSERT_TRUE(table.Reserve(4, false));
-    EXPECT_EQ(table.mColumn1.Capacity(), 4);
-    EXPECT_EQ(table.mColumn5.Capacity(), 4);
-    EXPECT_EQ(table.mColumn6.Capacity(), 4);
     for (int i = 0; i < 4; ++i)
     {
         table.mColumn1[i] = i;
@@ -70,32 +50,26 @@ TEST(TableTem, ReserveMovesAllRealColumnsAndClampsTheSize)
         table.mColumn6.GetVectorData(i)[1] = 7.0 * i;
     }
     table.SetSize(4);
-    double* before = table.mColumn1.Data();
-    EXPECT_TRUE(table.Reserve(4, false));
-    EXPECT_EQ(table.mColumn1.Data(), before);
-
     ASSERT_TRUE(table.Reserve(3, true));
     EXPECT_EQ(table.Size(), 3);
-    EXPECT_EQ(table.Capacity(), 3);
+    EXPECT_EQ(table.mColumn1.Capacity(), 3);
+    EXPECT_EQ(table.mColumn6.Capacity(), 3);
+    EXPECT_EQ(table.mColumn1[2], 2.0);
     EXPECT_EQ(table.mColumn5[2], -2.0);
     EXPECT_EQ(table.mColumn6.GetVectorData(2)[1], 14.0);
-
-    RandomTreeTableTem tree(5);
-    EXPECT_EQ(tree.mColumn2.Capacity(), 5);
-    EXPECT_EQ(tree.mColumn3.Capacity(), 5);
 }
 
 TEST(TableTem, DumpPrintsHeaderNamesAndRows)
 {
     FeatureTableTem table;
-    table.mColumn2.SetStorage(new Tavlin::Core::Array::Array2dReal64(2, 0, 0, 0));
+    table.mColumn2.SetStorage(new Array2dReal64(2, 0, 0, 0));
     table.mColumnNames = {"object", "", "sift"};
     VectorTem<double> v(2);
     v[0] = 0.5;
     v[1] = 1e-07;
     table.Add(Quid::FromParts(1, 2, 3, 4), v);
     v[0] = 2.0;
-    table.Add(Quid::FromParts(0, 0, 0, 9), v);
+    table.Add(Quid(), v);
     table.Add(Quid(), v);
 
     std::ostringstream out;
@@ -103,10 +77,9 @@ TEST(TableTem, DumpPrintsHeaderNamesAndRows)
     EXPECT_EQ(out.str(), "Dumping table from 0 to 3 (table size=3, capacity=4)\n"
                          "1=object, 3=sift, \n"
                          "1:2:3:4, (0.5,1e-07), \n"
-                         "0:0:0:9, (2,1e-07), \n"
+                         "0:0:0:0, (2,1e-07), \n"
                          "0:0:0:0, (2,1e-07), \n");
     std::ostringstream part;
     table.DumpTo(part, 2, 1);
-    EXPECT_EQ(part.str(), "Dumping table from 2 to 2 (table size=3, capacity=4)\n"
-                          "1=object, 3=sift, \n");
+    EXPECT_EQ(part.str(), "Dumping table from 2 to 2 (table size=3, capacity=4)\n1=object, 3=sift, \n");
 }

@@ -1,0 +1,30 @@
+#include "support/Matrices.h"
+
+#include <algorithm>
+
+#include "core/matrix/MatCreate.h"
+
+namespace TestSupport
+{
+
+MatrixPtr MatrixOf(int rows, int cols, const std::vector<double>& values)
+{
+    MatrixPtr m(Tavlin::Core::Matrix::MatCreate<Tavlin::Core::Array::Array2dReal64>(rows, cols));
+    std::fill_n(m->mData, static_cast<size_t>(rows) * cols, 0.0);
+    std::copy(values.begin(), values.end(), m->mData);
+    return m;
+}
+
+MatrixPtr RandomMatrix(int rows, int cols, unsigned seed)
+{
+    MatrixPtr m = MatrixOf(rows, cols);
+    unsigned state = seed;
+    for (int i = 0; i < rows * cols; ++i)
+    {
+        state = state * 1103515245u + 12345u;
+        m->mData[i] = ((state >> 8) & 0xffff) / 32768.0 - 1.0;
+    }
+    return m;
+}
+
+} // namespace TestSupport

@@ -1,0 +1,24 @@
+// Small matrices for the matrix tests: from a row-major list of values, or filled
+// with values in [-1, 1) from a fixed linear congruential sequence.
+#ifndef LUMISK_TESTS_SUPPORT_MATRICES_H
+#define LUMISK_TESTS_SUPPORT_MATRICES_H
+
+#include <memory>
+#include <vector>
+
+#include "core/array/Array2dTem.h"
+
+namespace TestSupport
+{
+
+using MatrixPtr = std::unique_ptr<Tavlin::Core::Array::Array2dReal64>;
+
+// A borderless rows x cols matrix; `values` fills it row by row from the start,
+// zeros the rest.
+MatrixPtr MatrixOf(int rows, int cols, const std::vector<double>& values = {});
+
+MatrixPtr RandomMatrix(int rows, int cols, unsigned seed);
+
+} // namespace TestSupport
+
+#endif
