@@ -4,21 +4,19 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "support/ImageCodecs.h"
 #include "support/LogCapture.h"
+#include "support/MemoryBuffer.h"
 #include "support/SyntheticImage.h"
-#include "util/IOBuffer.h"
+#include "support/TestSupport.h"
 
 using namespace Tavlin::Core::Array;
 using Tavlin::Util::IOBuffer;
-using TestSupport::LogCapture;
-using TestSupport::RawArrayFileBytes;
-using TestSupport::SameImage;
+using namespace TestSupport;
 
 namespace
 {
@@ -28,54 +26,32 @@ class CountingBuffer : public IOBuffer
 {
 public:
     explicit CountingBuffer(int64_t size) : IOBuffer(size) {}
-    int64_t Read(void* dst, int64_t count) override
-    {
-        mReads.push_back(count);
-        return IOBuffer::Read(dst, count);
-    }
+    int64_t Read(void* dst, int64_t count) override { return mReads.push_back(count), IOBuffer::Read(dst, count); }
     int64_t Write(const void* src, int64_t count) override
     {
-        mWrites.push_back(count);
-        return IOBuffer::Write(src, count);
+        return mWrites.push_back(count), IOBuffer::Write(src, count);
     }
-    std::vector<int64_t> mReads;
-    std::vector<int64_t> mWrites;
+    std::vector<int64_t> mReads, mWrites;
 };
 
 // Pixel values that differ everywhere and are exact in binary.
 Array2dReal64* MakeReal(long long width, long long height, long long border = 0)
 {
-    return TestSupport::MakePlane(width, height, border,
-                                  [](long long x, long long y) { return (y * 1000 + x) * 0.25 - 3.0; });
+    return MakePlane(width, height, border, [](long long x, long long y) { return (y * 1000 + x) * 0.25 - 3.0; });
 }
 
-// The bytes of an array of values, as a raw file stores them.
 template <class T, size_t N>
 std::string BytesOf(const T (&values)[N])
 {
     return std::string(reinterpret_cast<const char*>(values), sizeof values);
 }
 
-std::unique_ptr<IOBuffer> BufferOf(const std::string& bytes)
+std::unique_ptr<IOBuffer> RawFile(const std::string& header, const std::string& payload = "")
 {
-    std::unique_ptr<IOBuffer> buffer(new IOBuffer(static_cast<int64_t>(bytes.size())));
-    buffer->Write(bytes.data(), static_cast<int64_t>(bytes.size()));
-    buffer->Rewind();
-    return buffer;
+    return MemoryBufferOf(RawArrayFileBytes(header, payload));
 }
 
-// count bytes of the buffer from `at`; its position stays.
-std::string Bytes(IOBuffer& buffer, int64_t at, int64_t count)
-{
-    std::string bytes(static_cast<size_t>(count), '\0');
-    const int64_t keep = buffer.GetPosition();
-    buffer.SetPosition(at);
-    buffer.Read(&bytes[0], count);
-    buffer.SetPosition(keep);
-    return bytes;
-}
-
-std::string HeaderText(IOBuffer& buffer, int64_t at) { return Bytes(buffer, at, 200).c_str(); }
+std::string HeaderText(IOBuffer& buffer, int64_t at) { return BufferBytes(buffer, at, 200).c_str(); }
 
 template <class ArrayT>
 std::unique_ptr<ArrayT> Read(IOBuffer* buffer)
@@ -85,32 +61,22 @@ std::unique_ptr<ArrayT> Read(IOBuffer* buffer)
     return std::unique_ptr<ArrayT>(a);
 }
 
-// ReadRawList's arrays, owned.
-std::vector<std::unique_ptr<Array2dReal64>> ReadList(IOBuffer* buffer)
-{
-    std::vector<Array2dReal64*> list;
-    ReadRawList(list, buffer);
-    return std::vector<std::unique_ptr<Array2dReal64>>(list.begin(), list.end());
-}
-
 } // namespace
 
 TEST(RawArrayWrite, PlainAndZlibRoundTripsWithTheirHeaders)
 {
-    // Version 1: header, then the rows as they are in memory.
+    // Version 1: the header padded to 200 bytes, then the rows as they are in memory.
     std::unique_ptr<Array2dReal64> source(MakeReal(7, 5));
-    IOBuffer one(1000);
-    WriteRaw(source.get(), &one, 1);
     const std::string header = "version: 1, binary: 1, type: real64, elemSize: 1, width: 7, height: 5, nr: 1";
-    EXPECT_EQ(Bytes(one, 0, one.GetPosition()),
-              RawArrayFileBytes(header, std::string(reinterpret_cast<const char*>(source->Data()), 7 * 5 * 8)));
-    one.Rewind();
-    EXPECT_TRUE(SameImage(source.get(), Read<Array2dReal64>(&one).get()));
-
-    // binary 2 writes version 1; text is refused.
-    IOBuffer two(1000);
-    WriteRaw(source.get(), &two, 2);
-    EXPECT_EQ(HeaderText(two, 0), header);
+    for (int binary : {1, 2})
+    {
+        IOBuffer one(1000);
+        WriteRaw(source.get(), &one, binary);
+        EXPECT_EQ(BufferBytes(one, 0, one.GetPosition()),
+                  RawArrayFileBytes(header, std::string(reinterpret_cast<const char*>(source->Data()), 7 * 5 * 8)));
+        one.Rewind();
+        EXPECT_TRUE(SameImage(source.get(), Read<Array2dReal64>(&one).get()));
+    }
     LogCapture log("Tavlin.Core.Array.WriteRaw");
     IOBuffer text(1000);
     WriteRaw(source.get(), &text, 0);
@@ -118,8 +84,7 @@ TEST(RawArrayWrite, PlainAndZlibRoundTripsWithTheirHeaders)
     EXPECT_EQ(log.Text(), "Non-binary write has been eliminated\n");
 
     // Version 3, three arrays in one stream. Without border one run holds
-    // 16 MiB / 800 row bytes = 20971 rows; with a border every row is a run, and only the
-    // image goes out.
+    // 16 MiB / 800 row bytes = 20971 rows; with a border every row is a run.
     std::unique_ptr<Array2dReal64> plain(MakeReal(100, 50));
     std::unique_ptr<Array2dReal64> bordered(MakeReal(9, 4, 2));
     IOBuffer stream(200000);
@@ -129,22 +94,20 @@ TEST(RawArrayWrite, PlainAndZlibRoundTripsWithTheirHeaders)
               "version: 3, binary: 1, type: real64, elemSize: 1, width: 100, height: 50, nr: 1, zlib: 20971");
     EXPECT_LT(firstEnd, 200 + 100 * 50 * 8);
     WriteRaw(bordered.get(), &stream, 3);
-    const int64_t secondEnd = stream.GetPosition();
     EXPECT_EQ(HeaderText(stream, firstEnd),
               "version: 3, binary: 1, type: real64, elemSize: 1, width: 9, height: 4, nr: 1, zlib: 1");
     WriteRaw(bordered.get(), &stream, 1);
+    const int64_t end = stream.GetPosition();
     stream.Rewind();
     EXPECT_TRUE(SameImage(plain.get(), Read<Array2dReal64>(&stream).get()));
     EXPECT_EQ(stream.GetPosition(), firstEnd);
     EXPECT_TRUE(SameImage(bordered.get(), Read<Array2dReal64>(&stream).get()));
-    EXPECT_EQ(stream.GetPosition(), secondEnd);
     EXPECT_TRUE(SameImage(bordered.get(), Read<Array2dReal64>(&stream).get()));
+    EXPECT_EQ(stream.GetPosition(), end);
 
     // A row wider than 16 MiB leaves L = 0: plain data under a version 3 header.
     const long long wide = IOBuffer::sZlibChunkSize / 8 + 1;
-    std::unique_ptr<Array2dReal64> row(TestSupport::MakePlane(wide, 1, 0, [](long long x, long long) {
-        return static_cast<double>(x % 977);
-    }));
+    std::unique_ptr<Array2dReal64> row(MakePlane(wide, 1, 0, [](long long x, long long) { return x % 977 * 1.0; }));
     IOBuffer big(200 + wide * 8 + 16);
     WriteRaw(row.get(), &big, 3);
     EXPECT_EQ(HeaderText(big, 0), "version: 3, binary: 1, type: real64, elemSize: 1, width: " + std::to_string(wide) +
@@ -169,41 +132,42 @@ TEST(RawArrayWrite, CodebookBlockMovesInOneCall)
 TEST(RawArrayRead, OtherTypesCountsAndTextPayloads)
 {
     const unsigned char rgb[12] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 255};
-    std::unique_ptr<IOBuffer> image = BufferOf(RawArrayFileBytes(
-        "version: 1, binary: 1, type: uint8, elemSize: 3, width: 2, height: 2, nr: 1", BytesOf(rgb)));
-    std::unique_ptr<Array2dVec3UInt8> pixels = Read<Array2dVec3UInt8>(image.get());
+    std::unique_ptr<Array2dVec3UInt8> pixels = Read<Array2dVec3UInt8>(
+        RawFile("version: 1, binary: 1, type: uint8, elemSize: 3, width: 2, height: 2, nr: 1", BytesOf(rgb)).get());
     ASSERT_TRUE(pixels);
     EXPECT_EQ(pixels->PixelPtr(1, 1)[2], 255);
     EXPECT_EQ(pixels->PixelPtr(0, 1)[0], 7);
 
+    // Version 3 with 0 lines per chunk is plain.
     const unsigned long long words[2] = {1ULL << 40, ~0ULL};
-    std::unique_ptr<IOBuffer> wordFile = BufferOf(
-        RawArrayFileBytes("version: 3, binary: 1, type: uint64, elemSize: 1, width: 2, height: 1, nr: 1, zlib: 0",
-                          BytesOf(words)));
-    std::unique_ptr<Array2dUInt64> values = Read<Array2dUInt64>(wordFile.get());
+    std::unique_ptr<Array2dUInt64> values = Read<Array2dUInt64>(
+        RawFile("version: 3, binary: 1, type: uint64, elemSize: 1, width: 2, height: 1, nr: 1, zlib: 0", BytesOf(words))
+            .get());
     ASSERT_TRUE(values);
     EXPECT_EQ(values->mData[1], ~0ULL);
 
     // nr 3: ReadRaw keeps the last, ReadRawList gives all, reusing what the list has.
     const double three[6] = {1, 2, 3, 4, 5, 6};
-    std::unique_ptr<IOBuffer> list = BufferOf(RawArrayFileBytes(
-        "version: 1, binary: 1, type: real64, elemSize: 1, width: 2, height: 1, nr: 3",
-        BytesOf(three)));
+    std::unique_ptr<IOBuffer> list =
+        RawFile("version: 1, binary: 1, type: real64, elemSize: 1, width: 2, height: 1, nr: 3", BytesOf(three));
     std::unique_ptr<Array2dReal64> last = Read<Array2dReal64>(list.get());
     ASSERT_TRUE(last);
     EXPECT_EQ(last->mData[0], 5);
     list->Rewind();
-    const auto arrays = ReadList(list.get());
-    ASSERT_EQ(arrays.size(), 3u);
-    EXPECT_EQ(arrays[0]->mData[1], 2);
+    Owned<Array2dReal64> arrays({last.release()});
+    ReadRawList(arrays.p, list.get());
+    ASSERT_EQ(arrays.p.size(), 3u);
+    EXPECT_EQ(arrays.p[0]->mData[1], 2);
+    EXPECT_EQ(arrays.p[2]->mData[0], 5);
 
     // Text payload; reading stops behind the values.
-    std::unique_ptr<IOBuffer> text = BufferOf("version: 1, binary: 0, type: real64, elemSize: 1, width: 3, height: 1, "
-                                              "nr: 2\n1.5 2 3 -4 5.25 6 \nafter\n");
-    const auto texts = ReadList(text.get());
-    ASSERT_EQ(texts.size(), 2u);
-    EXPECT_EQ(texts[0]->mData[0], 1.5);
-    EXPECT_EQ(texts[1]->mData[1], 5.25);
+    std::unique_ptr<IOBuffer> text = MemoryBufferOf(
+        "version: 1, binary: 0, type: real64, elemSize: 1, width: 3, height: 1, nr: 2\n1.5 2 3 -4 5.25 6 \nafter\n");
+    Owned<Array2dReal64> texts;
+    ReadRawList(texts.p, text.get());
+    ASSERT_EQ(texts.p.size(), 2u);
+    EXPECT_EQ(texts.p[0]->mData[0], 1.5);
+    EXPECT_EQ(texts.p[1]->mData[1], 5.25);
     EXPECT_EQ(text->ReadLine(), "after");
 }
 
@@ -212,38 +176,34 @@ TEST(RawArrayRead, RefusesForeignHeadersWithTheirMessages)
     const std::string real = "version: 1, binary: 1, type: real64, elemSize: 1, width: 3, height: 2, nr: 1";
     {
         // The type word real64 on readers of other types.
-        std::unique_ptr<IOBuffer> file = BufferOf(RawArrayFileBytes(real, std::string(48, '\0')));
+        std::unique_ptr<IOBuffer> file = RawFile(real, std::string(48, '\0'));
         LogCapture log("Tavlin.Core.Array.ReadRawHeader");
         EXPECT_FALSE(Read<Array2dVec3UInt8>(file.get()));
         file->Rewind();
         EXPECT_FALSE(Read<Array2dUInt64>(file.get()));
-        EXPECT_EQ(log.Text(),
-                  "Header type 1 is not compatible: res==1 (should be 5), elemSize==0 (should be 3), buf==[" + real +
-                      "]\nHeader type 1 is not compatible: res==1 (should be 5), elemSize==0 "
-                      "(should be 1), buf==[" +
-                      real + "]\n");
+        const std::string line = "Header type 1 is not compatible: res==1 (should be 5), elemSize==0 (should be ";
+        EXPECT_EQ(log.Text(), line + "3), buf==[" + real + "]\n" + line + "1), buf==[" + real + "]\n");
     }
-    struct Case
-    {
-        std::string header;
-        std::string message;
-    };
     const std::string v3 = "version: 3" + real.substr(10);
     const std::string pair = "version: 1, binary: 1, type: real64, elemSize: 2, width: 3, height: 2, nr: 1";
-    const Case cases[] = {
+    const std::pair<std::string, std::string> cases[] = {
         {"", "Could not determine version\n"},
         {"\x7f\x45garbage\x01", "Could not determine version\n"},
         {"version: 7, binary: 1", "Unknown version 7\n"},
         {v3, "Header type 3 is not compatible: res==5 (should be 6), elemSize==1 (should be 1), buf==[" + v3 + "]\n"},
-        {pair,
-         "Header type 1 is not compatible: res==5 (should be 5), elemSize==2 (should be 1), buf==[" + pair + "]\n"},
+        {pair, "Header type 1 is not compatible: res==5 (should be 5), elemSize==2 (should be 1), buf==[" + pair + "]\n"},
     };
-    for (const Case& c : cases)
+    for (const auto& c : cases)
     {
+        // Both readers: nothing made, the header's message once each.
         LogCapture log("Tavlin.Core.Array.ReadRawHeader");
-        std::unique_ptr<IOBuffer> buffer = BufferOf(RawArrayFileBytes(c.header));
+        std::unique_ptr<IOBuffer> buffer = RawFile(c.first);
         EXPECT_FALSE(Read<Array2dReal64>(buffer.get()));
-        EXPECT_EQ(log.Text(), c.message) << c.header;
+        buffer->Rewind();
+        Owned<Array2dReal64> list;
+        ReadRawList(list.p, buffer.get());
+        EXPECT_TRUE(list.p.empty());
+        EXPECT_EQ(log.Text(), c.second + c.second) << c.first;
     }
     // Not even a header's worth of bytes.
     LogCapture log("Tavlin.Core.Array.ReadRawHeader");
@@ -255,22 +215,20 @@ TEST(RawArrayRead, RefusesForeignHeadersWithTheirMessages)
 TEST(RawArrayRead, TruncatedAndImplausiblePayloadsAreReported)
 {
     std::unique_ptr<Array2dReal64> source(MakeReal(40, 30));
-    IOBuffer plain(20000);
+    IOBuffer plain(20000), packed(20000);
     WriteRaw(source.get(), &plain, 1);
-    IOBuffer packed(20000);
     WriteRaw(source.get(), &packed, 3);
     const std::string real = "version: 1, binary: 1, type: real64, elemSize: 1, ";
     const std::string real3 = "version: 3, binary: 1, type: real64, elemSize: 1, width: 2, height: 2, nr: 1, ";
-    struct Case
+    const struct
     {
         std::string bytes;
         bool created;
         std::string message, bufferNote; // ReadRaw's log, a part of IOBuffer's
-    };
-    const Case cases[] = {
-        {Bytes(plain, 0, plain.GetPosition() - 100), true, "read 9500 bytes instead of 9600\n", ""},
-        {Bytes(packed, 0, packed.GetPosition() - 20), true, "read 0 bytes instead of 9600\n", "ReadZlib: "},
-        {Bytes(packed, 0, 205), true, "read 0 bytes instead of 9600\n", "ReadZlib: "},
+    } cases[] = {
+        {BufferBytes(plain, 0, plain.GetPosition() - 100), true, "read 9500 bytes instead of 9600\n", ""},
+        {BufferBytes(packed, 0, packed.GetPosition() - 20), true, "read 0 bytes instead of 9600\n", "ReadZlib: "},
+        {BufferBytes(packed, 0, 205), true, "read 0 bytes instead of 9600\n", "ReadZlib: "},
         {RawArrayFileBytes(real3 + "lzma: 1", "0123456789"), true,
          "Unknown compressor: lzma\nread 0 bytes instead of 16\n", ""},
         {RawArrayFileBytes(real3 + "bzip: 1", "0123456789"), true, "read 0 bytes instead of 16\n",
@@ -280,29 +238,27 @@ TEST(RawArrayRead, TruncatedAndImplausiblePayloadsAreReported)
         {RawArrayFileBytes(real + "width: 4000000000000, height: 4000000000000, nr: 1"), false,
          "[ReadRaw] invalid array size in header: width 4000000000000, height 4000000000000, nr 1\n", ""},
     };
-    for (const Case& c : cases)
+    for (const auto& c : cases)
     {
         SCOPED_TRACE(c.message);
-        std::unique_ptr<IOBuffer> buffer = BufferOf(c.bytes);
         LogCapture log("Tavlin.Core.Array.ReadRaw");
         LogCapture bufferLog("Tavlin.Util.IOBuffer");
-        std::unique_ptr<Array2dReal64> a = Read<Array2dReal64>(buffer.get());
+        std::unique_ptr<Array2dReal64> a = Read<Array2dReal64>(MemoryBufferOf(c.bytes).get());
         EXPECT_EQ(static_cast<bool>(a), c.created);
         EXPECT_EQ(log.Text(), c.message);
         EXPECT_NE(bufferLog.Text().find(c.bufferNote), std::string::npos) << bufferLog.Text();
     }
     // What arrived stays.
-    std::unique_ptr<Array2dReal64> cut = Read<Array2dReal64>(BufferOf(cases[0].bytes).get());
-    EXPECT_EQ(*cut->PixelPtr(5, 3), *source->PixelPtr(5, 3));
+    EXPECT_EQ(*Read<Array2dReal64>(MemoryBufferOf(cases[0].bytes).get())->PixelPtr(5, 3), *source->PixelPtr(5, 3));
 
     // A count no buffer can hold.
     const double two[2] = {1, 2};
     LogCapture listLog("Tavlin.Core.Array.ReadRawList");
-    std::unique_ptr<IOBuffer> many = BufferOf(RawArrayFileBytes(real + "width: 2, height: 1, nr: 1000000000000",
-                                                                BytesOf(two)));
-    const auto list = ReadList(many.get());
-    ASSERT_EQ(list.size(), 2u);
-    EXPECT_EQ(list[0]->mData[1], 2);
+    std::unique_ptr<IOBuffer> many = RawFile(real + "width: 2, height: 1, nr: 1000000000000", BytesOf(two));
+    Owned<Array2dReal64> list;
+    ReadRawList(list.p, many.get());
+    ASSERT_EQ(list.p.size(), 2u);
+    EXPECT_EQ(list.p[0]->mData[1], 2);
     EXPECT_EQ(listLog.Text(), "[ReadRawList] header announces 1000000000000 arrays, the buffer holds at most 2\n"
                               "read 0 bytes instead of 16\n");
 }
