@@ -88,9 +88,8 @@ TEST(ArrayFactories, CloneMakeFromDataAndSetPart)
     EXPECT_EQ(*copy->PixelPtr(2, 1), 6.0);
 
     std::unique_ptr<Array2dInt32> numbers(ArrayCreate<Array2dInt32>(4, 3, 1, 1));
-    for (long long y = 0; y < 3; ++y)
-        for (long long x = 0; x < 4; ++x)
-            *numbers->PixelPtr(x, y) = static_cast<int>(10 * y + x);
+    for (int i = 0; i < 12; ++i)
+        *numbers->PixelPtr(i % 4, i / 4) = 10 * (i / 4) + i % 4;
     Array2dInt32* dst = nullptr;
     SetPart(dst, numbers.get(), 1, 1, 2, 2, 0, 0);
     std::unique_ptr<Array2dInt32> owner(dst);

@@ -20,33 +20,31 @@ using TestSupport::MakePlane;
 
 TEST(ElementWise, ComputesImagePixelsAndLeavesBorder)
 {
+    // a = [1 2 3; 4 5 6] with border 1, b = [0 .5 1; -.5 0 .5] with border 2.
     std::unique_ptr<Array2dReal64> a(MakePlane(3, 2, 1, [](long long x, long long y) { return 1.0 + x + 3 * y; }));
     std::unique_ptr<Array2dReal64> b(MakePlane(3, 2, 2, [](long long x, long long y) { return 0.5 * (x - y); }));
-    typedef std::function<void(Array2dReal64*&)> Op;
     const struct
     {
-        Op op;
-        std::function<double(double, double)> expected;
+        std::function<void(Array2dReal64*&)> op;
+        double expected[6];
     } cases[] = {
-        {[&](Array2dReal64*& d) { Add(d, a.get(), b.get()); }, [](double u, double v) { return u + v; }},
-        {[&](Array2dReal64*& d) { Sub(d, a.get(), b.get()); }, [](double u, double v) { return u - v; }},
-        {[&](Array2dReal64*& d) { Mul(d, a.get(), b.get()); }, [](double u, double v) { return u * v; }},
-        {[&](Array2dReal64*& d) { AddVal(d, a.get(), 2.5); }, [](double u, double) { return u + 2.5; }},
-        {[&](Array2dReal64*& d) { MulVal(d, a.get(), -2.0); }, [](double u, double) { return -2.0 * u; }},
-        {[&](Array2dReal64*& d) { DivVal(d, a.get(), 4.0); }, [](double u, double) { return u / 4.0; }},
-        {[&](Array2dReal64*& d) { Sqrt(d, a.get()); }, [](double u, double) { return std::sqrt(u); }},
-        {[&](Array2dReal64*& d) { Set(d, a.get()); }, [](double u, double) { return u; }},
+        {[&](Array2dReal64*& d) { Add(d, a.get(), b.get()); }, {1, 2.5, 4, 3.5, 5, 6.5}},
+        {[&](Array2dReal64*& d) { Sub(d, a.get(), b.get()); }, {1, 1.5, 2, 4.5, 5, 5.5}},
+        {[&](Array2dReal64*& d) { Mul(d, a.get(), b.get()); }, {0, 1, 3, -2, 0, 3}},
+        {[&](Array2dReal64*& d) { AddVal(d, a.get(), 2.5); }, {3.5, 4.5, 5.5, 6.5, 7.5, 8.5}},
+        {[&](Array2dReal64*& d) { MulVal(d, a.get(), -2.0); }, {-2, -4, -6, -8, -10, -12}},
+        {[&](Array2dReal64*& d) { DivVal(d, a.get(), 4.0); }, {0.25, 0.5, 0.75, 1, 1.25, 1.5}},
+        {[&](Array2dReal64*& d) { Sqrt(d, a.get()); }, {1, M_SQRT2, std::sqrt(3.0), 2, std::sqrt(5.0), std::sqrt(6.0)}},
+        {[&](Array2dReal64*& d) { Set(d, a.get()); }, {1, 2, 3, 4, 5, 6}},
     };
     for (const auto& c : cases)
     {
         Array2dReal64* d = nullptr;
         c.op(d);
         std::unique_ptr<Array2dReal64> owner(d);
-        ASSERT_NE(d, nullptr);
         EXPECT_EQ(d->BorderWidth(), 1); // shaped like the first source
-        for (long long y = 0; y < 2; ++y)
-            for (long long x = 0; x < 3; ++x)
-                EXPECT_EQ(*d->PixelPtr(x, y), c.expected(*a->PixelPtr(x, y), *b->PixelPtr(x, y)));
+        for (int i = 0; i < 6; ++i)
+            EXPECT_EQ(*d->PixelPtr(i % 3, i / 3), c.expected[i]) << i;
     }
 
     // A given result drives the loops and its border is not written.

@@ -45,21 +45,14 @@ TEST(PatSetBorder, PropagationWithNormMinusOneNegatesOnlyLeftAndTop)
 {
     std::unique_ptr<Array2dReal64> a = MakeImage();
     PatSetBorder(a.get(), 2, 2, BorderPropagateNormalized, 0.0, -1.0, -1.0, -1.0, -1.0);
-    // Image rows: left the negated first pixel, right the last.
-    for (long long y = 0; y < 2; ++y)
-        for (long long k = 1; k <= 2; ++k)
-        {
-            EXPECT_EQ(*a->PixelPtr(-k, y), -(1.0 + 10 * y));
-            EXPECT_EQ(*a->PixelPtr(2 + k, y), 3.0 + 10 * y);
-        }
-    // Rows above: row 0 negated, corners included; rows below: copies of row 1.
-    for (long long x = -2; x < 5; ++x)
-        for (long long k = 1; k <= 2; ++k)
-        {
-            EXPECT_EQ(*a->PixelPtr(x, -k), -*a->PixelPtr(x, 0)) << x;
-            EXPECT_EQ(*a->PixelPtr(x, 1 + k), *a->PixelPtr(x, 1)) << x;
-        }
-    EXPECT_EQ(*a->PixelPtr(-2, -2), 1.0); // negated twice
+    // Image rows: left the negated first pixel, right the last. Rows above: row 0
+    // negated, corners included (so negated twice); rows below: copies of row 1.
+    const double rows[6][7] = {{1, 1, -1, -2, -3, -3, -3},       {1, 1, -1, -2, -3, -3, -3},
+                               {-1, -1, 1, 2, 3, 3, 3},          {-11, -11, 11, 12, 13, 13, 13},
+                               {-11, -11, 11, 12, 13, 13, 13},   {-11, -11, 11, 12, 13, 13, 13}};
+    for (long long y = -2; y < 4; ++y)
+        for (long long x = -2; x < 5; ++x)
+            EXPECT_EQ(*a->PixelPtr(x, y), rows[y + 2][x + 2]) << x << "," << y;
 
     // Integer norms multiply in double; rows only when numX is 0.
     std::unique_ptr<Array2dReal64> b = MakeImage();
