@@ -15,13 +15,10 @@ using Tavlin::Util::AppendDefaultFloat;
 TEST(DefaultFloatText, MatchesStreamFormattingOnTrickyAndRandomValues)
 {
     typedef std::numeric_limits<double> Limits;
-    std::vector<double> values = {
-        0.0, -0.0, -1.0, Limits::quiet_NaN(), -Limits::quiet_NaN(), Limits::infinity(), -Limits::infinity(),
-        Limits::denorm_min(), Limits::min(), -Limits::max(), Limits::epsilon(),
-        // Where the exponent form begins and ends, and rounding at the sixth digit.
-        0.0001, 0.0000999995, 0.00009999949, 999999.0, 999999.5, 999999.49999999, 1e6 + 1, 123456.5, 99999.95,
-        9007199254740993.0, 3.14159265358979, 0.3, 1.0000005, 9.999995, 1.5e-300, -0.000123456789,
-        static_cast<double>(1.1f)};
+    // Specials, and the edges of the exponent form; the loops below add the rest.
+    std::vector<double> values = {0.0, -0.0, Limits::quiet_NaN(), -Limits::quiet_NaN(), Limits::infinity(),
+                                  -Limits::infinity(), Limits::denorm_min(), -Limits::max(), 0.0000999995,
+                                  999999.5, 99999.95, 9007199254740993.0, static_cast<double>(1.1f)};
     uint64_t state = 0x9e3779b97f4a7c15ULL;
     auto next = [&state]() {
         state ^= state << 13;
