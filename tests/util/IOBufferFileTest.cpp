@@ -29,15 +29,13 @@ TEST(IOBufferFile, OpenFailuresLeaveAnInertBufferAndSayWhy)
     LogCapture log("Tavlin.Util.IOBufferFile");
     for (bool useMemory : {false, true})
     {
+        // Not valid, and inert.
         IOBufferFile missing(dir.File("none.bin"), true, useMemory, false);
-        EXPECT_FALSE(missing.Valid());
         char out[8];
-        EXPECT_EQ(missing.Read(out, 8), 0);
-        EXPECT_EQ(missing.ReadLine(), "");
-        EXPECT_EQ(missing.Write("abc", 3), 0);
         int value = 5;
         missing.NativeTypeRead(&value);
-        EXPECT_EQ(value, 5);
+        EXPECT_TRUE(!missing.Valid() && missing.Read(out, 8) == 0 && missing.ReadLine().empty() &&
+                    missing.Write("abc", 3) == 0 && value == 5);
     }
     EXPECT_FALSE(IOBufferFile("", true, false, false).Valid());
     EXPECT_FALSE(IOBufferFile(dir.File("w.bin"), false, true, false).Valid());
@@ -83,8 +81,7 @@ TEST(IOBufferFile, WrittenByStreamReadBackAlikeInStreamAndMemoryMode)
         EXPECT_EQ(file->ReadLine(), useMemory ? "head\rer" : "head");
         ASSERT_TRUE(file->SetPosition(8));
         double a = 0;
-        int b = 0;
-        int c = 99;
+        int b = 0, c = 99;
         file->NativeTypeRead(&a);
         file->NativeTypeRead(&b);
         // The stream stops right behind the digits, memory behind the blank.
@@ -109,10 +106,7 @@ TEST(IOBufferFile, WrittenByStreamReadBackAlikeInStreamAndMemoryMode)
 
         std::unique_ptr<IOBufferFile> empty = OpenRead(dir.File("empty"), useMemory);
         ASSERT_TRUE(empty->Valid());
-        EXPECT_EQ(empty->Read(out, 4), 0);
-        EXPECT_EQ(empty->Gets(out, 4), 0);
-        EXPECT_EQ(out[0], '#');
-        EXPECT_EQ(empty->ReadLine(), "");
+        EXPECT_TRUE(empty->Read(out, 4) == 0 && empty->Gets(out, 4) == 0 && out[0] == '#' && empty->ReadLine().empty());
     }
 }
 
