@@ -13,6 +13,7 @@
 #include "core/array/PixSum.h"
 #include "core/array/ProjectRange.h"
 #include "support/SyntheticImage.h"
+#include "support/TestSupport.h"
 
 using namespace Tavlin::Core::Array;
 using TestSupport::kBorderSentinel;
@@ -93,14 +94,14 @@ TEST(ElementWise, ColourScalingPowerAndChannelPick)
     EXPECT_EQ(scaled->PixelPtr(0, 0)[2], static_cast<double>(static_cast<int32_t>(30u * 100000000u)));
     EXPECT_EQ(scaled->PixelPtr(1, 0)[0], 765.0);
 
+    // Channel by channel, then each channel squared.
     Array2dVec3Real64* halved = nullptr;
     MulVal(halved, scaled, Vec3Real64(0.5, 2.0, 0.0));
-    std::unique_ptr<Array2dVec3Real64> ownHalved(halved);
     Array2dVec3Real64* squared = nullptr;
     Pow(squared, halved, 2.0);
-    std::unique_ptr<Array2dVec3Real64> ownSquared(squared);
+    TestSupport::Owned<Array2dVec3Real64> owners({halved, squared});
     EXPECT_EQ(halved->PixelPtr(1, 0)[0], 382.5);
-    EXPECT_EQ(squared->PixelPtr(1, 0)[0], 382.5 * 382.5);
+    EXPECT_EQ(squared->PixelPtr(1, 0)[0], 146306.25);
     EXPECT_EQ(squared->PixelPtr(0, 0)[1], 1600.0);
 
     // Channels counted from 1; others give the first.
