@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <memory>
 #include <new>
+#include <sstream>
+#include <string>
 
 #include "core/array/ArrayFactories.h"
 #include "core/array/ArraySystem.h"
@@ -35,10 +37,12 @@ TEST(ArraySystem, TracksOwnedStorageButNotWrappers)
     const int32_t allocs = sys.AllocCount();
 
     // Own storage of the whole frame, and foreign storage handed over, are counted, so
-    // usage stays balanced on release.
+    // usage stays balanced on release. The debug lines show the stream's own 0x as well.
+    TestSupport::LogCapture log("Tavlin.Core.Array.ArraySystem", log4cpp::Priority::DEBUG);
     Array2dReal64* a = ArrayCreate<Array2dReal64>(3, 2, 1, 1);
     ASSERT_NE(sys.Find(a->Data()), nullptr);
     EXPECT_EQ(sys.Find(a->Data())->mSize, 5u * 4u);
+    EXPECT_EQ(sys.Find(a->Data())->mId, allocs);
     Array2dReal64* b = ArrayCreate<Array2dReal64>(3, 2, 0, 0, static_cast<double*>(::operator new(48)), false);
     EXPECT_EQ(sys.Usage(), usage + 20 * 8 + 48);
     void* storage = a->Data();
@@ -46,6 +50,12 @@ TEST(ArraySystem, TracksOwnedStorageButNotWrappers)
     delete b;
     EXPECT_EQ(sys.Find(storage), nullptr);
     EXPECT_EQ(sys.Usage(), usage);
+    const std::string u0 = std::to_string(usage), u1 = std::to_string(usage + 160), u2 = std::to_string(usage + 208);
+    std::ostringstream expected;
+    expected << "Alloc (0x" << storage << ") 20 times 8, usage from " << u0 << " to " << u1 << "\n";
+    EXPECT_EQ(log.Text().substr(0, expected.str().size()), expected.str());
+    EXPECT_NE(log.Text().find("0x0x"), std::string::npos);
+    EXPECT_NE(log.Text().find(") 6 times 8, usage from " + u1 + " to " + u2 + "\nDealloc (0x"), std::string::npos);
 
     // A wrapper is never told to the tracker and leaves its buffer alone.
     double buffer[6] = {1, 2, 3, 4, 5, 6};
