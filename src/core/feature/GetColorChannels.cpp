@@ -120,7 +120,10 @@ struct Opponent
                 if (p[x] > m)
                     m = p[x];
         }
-        if (!(std::abs(static_cast<int>(m)) >= 1e-6))
+        // The test is on the integer part as a 32-bit int. A maximum beyond that range
+        // would convert to INT_MIN on x86 and fail the test; it is caught first, since
+        // the conversion itself is undefined.
+        if (m >= 2147483648.0 || !(std::abs(static_cast<int>(m)) >= 1e-6))
             m = 1.0;
         const double scale = 1.0 / m;
         Array2dReal64* d = new Array2dReal64(e->mWidth, e->mHeight, 0, 0);
