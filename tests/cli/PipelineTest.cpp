@@ -168,7 +168,9 @@ TEST(PipelineBatch, OneFilePerImageInTheOutputDirectory)
     ASSERT_EQ(Status(dir, {"--batch", "list.txt", "--detector", "densesampling", "--descriptor", "none",
                         "--clusterInput", "--output", "cl"}),
               0);
-    EXPECT_TRUE(PathExists(dir.File("cl/clusterinput.bin")));
+    std::vector<Row> cluster = ReadRows(dir.File("cl/clusterinput.bin"));
+    ASSERT_EQ(cluster.size(), 7u * 8 + 5u * 10);
+    EXPECT_TRUE(cluster[0].x == 0 && cluster[0].y == 0 && cluster[0].scale == 0);
     EXPECT_FALSE(PathExists(dir.File("cl/one.bin")));
 }
 
