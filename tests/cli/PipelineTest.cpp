@@ -7,182 +7,7 @@
 #include "support/ImageCodecs.h"
 #include "support/TestSupport.h"
 
-using TestSupport::CountOf;
-using TestSupport::PathExists;
-using TestSupport::ReadTextFile;
-using TestSupport::RunLumisk;
-using TestSupport::TempDir;
-using TestSupport::WriteTextFile;
-
-namespace
-{
-struct Point
-{
-    double x, y, scale;
-};
-
-// The points of a VESK1 file, in order.
-std::vector<Point> ReadPoints(const std::string& text)
-{
-    std::istringstream in(text);
-    std::string magic;
-    int length = 0, count = 0;
-    in >> magic >> length >> count;
-    EXPECT_EQ(magic, "VESK1");
-    std::vector<Point> points;
-    std::string line;
-    std::getline(in, line);
-    while (std::getline(in, line))
-    {
-        if (line.empty())
-            continue;
-        std::istringstream fields(line.substr(line.find(' ') + 1));
-        Point p{};
-        fields >> p.x >> p.y >> p.scale;
-        points.push_back(p);
-    }
-    EXPECT_EQ(static_cast<int>(points.size()), count);
-    return points;
-}
-
-void WritePhoto(const TempDir& dir, const std::string& name, int width, int height, unsigned seed)
-{
-    TestSupport::PlainImage picture = TestSupport::MakeTexturedImage(width, height, 3, seed);
-    WriteTextFile(dir.File(name), TestSupport::EncodeJpeg(picture, JCS_RGB, JCS_YCbCr, 90));
-}
-} // namespace
-
-TEST(PipelineDense, WritesTheStaggeredGridInBothFormatsAndShiftsByTheBorder)
-{
-    TempDir dir;
-    WritePhoto(dir, "photo.jpg", 100, 80, 1);
-    auto text = RunLumisk({"photo.jpg", "--detector", "densesampling", "--descriptor", "none", "--output", "o.txt"},
-                          dir.Path());
-    ASSERT_EQ(text.status, 0) << text.out;
-    std::vector<Point> points = ReadPoints(ReadTextFile(dir.File("o.txt")));
-    ASSERT_FALSE(points.empty());
-    // Files are 1-based: the first grid row y = 6 is written as 7, x = 9 as 10.
-    EXPECT_EQ(points[0].x, 10.0);
-    EXPECT_EQ(points[0].y, 7.0);
-    EXPECT_EQ(points[0].scale, 1.2);
-    EXPECT_EQ(points.back().y, 73.0);
-
-    auto binary = RunLumisk({"photo.jpg", "--detector", "densesampling", "--descriptor", "none", "--output", "o.bin",
-                             "--outputFormat", "binary", "--saveRegions", "s.txt"},
-                            dir.Path());
-    ASSERT_EQ(binary.status, 0);
-    EXPECT_EQ(ReadTextFile(dir.File("o.bin")).compare(0, 8, "BINDESC1"), 0);
-    // The regions file takes the same format option as the result.
-    EXPECT_EQ(ReadTextFile(dir.File("s.txt")), ReadTextFile(dir.File("o.bin")));
-
-    auto border = RunLumisk({"photo.jpg", "--detector", "densesampling", "--borderWidth", "5", "--output", "b.txt"},
-                            dir.Path());
-    ASSERT_EQ(border.status, 0);
-    std::vector<Point> shifted = ReadPoints(ReadTextFile(dir.File("b.txt")));
-    ASSERT_FALSE(shifted.empty());
-    EXPECT_EQ(shifted[0].x, 10.0 + 5);
-    EXPECT_EQ(shifted[0].y, 7.0 + 5);
-
-    auto noOutput = RunLumisk({"photo.jpg", "--detector", "densesampling"}, dir.Path());
-    EXPECT_EQ(noOutput.status, 0);
-    EXPECT_EQ(CountOf(noOutput.out, "Warning: no output file to write to. Did you forget to specify --output?"), 1);
-
-    auto unknown = RunLumisk({"photo.jpg", "--detector", "nosuch"}, dir.Path());
-    EXPECT_EQ(unknown.status, 1);
-    EXPECT_NE(unknown.out.find("[ERROR] Unknown detector mode: nosuch"), std::string::npos);
-    auto strict = RunLumisk({"photo.jpg", "--detector", "nosuch", "--exitOnErrorLogged"}, dir.Path());
-    EXPECT_EQ(strict.status, 42);
-
-    auto badDescriptor = RunLumisk({"photo.jpg", "--detector", "none", "--descriptor", "nosuchdescriptor"},
-                                   dir.Path());
-    EXPECT_EQ(badDescriptor.status, 1);
-    EXPECT_NE(badDescriptor.out.find("[ERROR] Invalid descriptor name"), std::string::npos);
-    EXPECT_NE(badDescriptor.err.find("[ERROR] Invalid descriptor name: nosuchdescriptor"), std::string::npos);
-}
-
-TEST(PipelineRegions, LoadedRegionsAreCopiedUnchanged)
-{
-    TempDir dir;
-    WritePhoto(dir, "photo.jpg", 90, 70, 2);
-    ASSERT_EQ(RunLumisk({"photo.jpg", "--detector", "densesampling", "--output", "o.txt"}, dir.Path()).status, 0);
-    auto copy = RunLumisk({"photo.jpg", "--detector", "none", "--loadRegions", "o.txt", "--saveRegions", "s.txt"},
-                          dir.Path());
-    ASSERT_EQ(copy.status, 0) << copy.out;
-    EXPECT_EQ(ReadTextFile(dir.File("s.txt")), ReadTextFile(dir.File("o.txt")));
-
-    auto borders = RunLumisk({"photo.jpg", "--detector", "none", "--loadRegions", "o.txt", "--borderWidth", "3",
-                              "--descriptor", "none", "--output", "b.txt"},
-                             dir.Path());
-    ASSERT_EQ(borders.status, 0);
-    EXPECT_EQ(ReadTextFile(dir.File("b.txt")), ReadTextFile(dir.File("o.txt")));
-
-    auto empty = RunLumisk({"photo.jpg", "--detector", "none", "--output", "e.txt"}, dir.Path());
-    ASSERT_EQ(empty.status, 0);
-    EXPECT_TRUE(ReadPoints(ReadTextFile(dir.File("e.txt"))).empty());
-
-    WriteTextFile(dir.File("garbage.txt"), "garbage\n");
-    auto garbage = RunLumisk({"photo.jpg", "--detector", "none", "--loadRegions", "garbage.txt"}, dir.Path());
-    EXPECT_EQ(garbage.status, 1);
-}
-
-TEST(PipelineKeepLimited, FixedSeedRepeatsTheSubsetAndTheClockChangesIt)
-{
-    TempDir dir;
-    WritePhoto(dir, "photo.jpg", 100, 100, 3);
-    std::vector<std::string> args{"photo.jpg", "--detector", "densesampling", "--descriptor", "none",
-                                  "--keepLimited", "10"};
-    auto run = [&](const std::string& out, bool fixed) {
-        std::vector<std::string> a = args;
-        a.insert(a.end(), {"--output", out});
-        if (fixed)
-            a.push_back("--noRandomizeSeed");
-        EXPECT_EQ(RunLumisk(a, dir.Path()).status, 0);
-        return ReadTextFile(dir.File(out));
-    };
-    std::string first = run("a.txt", true);
-    EXPECT_EQ(ReadPoints(first).size(), 10u);
-    EXPECT_EQ(run("b.txt", true), first);
-    // The kept rows stay in their grid order.
-    std::vector<Point> kept = ReadPoints(first);
-    for (size_t i = 1; i < kept.size(); ++i)
-        EXPECT_TRUE(kept[i - 1].y < kept[i].y || (kept[i - 1].y == kept[i].y && kept[i - 1].x < kept[i].x));
-
-    std::string clock1 = run("c.txt", false);
-    std::this_thread::sleep_for(std::chrono::milliseconds(1100));
-    std::string clock2 = run("d.txt", false);
-    EXPECT_NE(clock1, clock2);
-
-    // A limit not below the count changes nothing.
-    std::vector<std::string> all{"photo.jpg", "--detector", "densesampling", "--descriptor", "none",
-                                 "--keepLimited", "100000", "--output", "all.txt"};
-    ASSERT_EQ(RunLumisk(all, dir.Path()).status, 0);
-    std::vector<std::string> plain{"photo.jpg", "--detector", "densesampling", "--output", "plain.txt"};
-    ASSERT_EQ(RunLumisk(plain, dir.Path()).status, 0);
-    EXPECT_EQ(ReadTextFile(dir.File("all.txt")), ReadTextFile(dir.File("plain.txt")));
-}
-
-TEST(PipelineBatch, OneFilePerImageInTheOutputDirectory)
-{
-    TempDir dir;
-    WritePhoto(dir, "one.jpg", 60, 50, 4);
-    WritePhoto(dir, "two.jpg", 70, 40, 5);
-    WriteTextFile(dir.File("list.txt"), "one.jpg\n# skipped\ntwo.jpg\n");
-    auto batch = RunLumisk({"--batch", "list.txt", "--detector", "densesampling", "--output", "out"}, dir.Path());
-    ASSERT_EQ(batch.status, 0) << batch.out;
-    EXPECT_EQ(ReadTextFile(dir.File("out/one.bin")).compare(0, 5, "VESK1"), 0);
-    EXPECT_TRUE(PathExists(dir.File("out/two.bin")));
-
-    auto silent = RunLumisk({"--batch", "list.txt", "--detector", "densesampling"}, dir.Path());
-    EXPECT_EQ(silent.status, 0);
-    EXPECT_EQ(CountOf(silent.out, "Did you forget to specify --output?"), 2);
-
-    auto cluster = RunLumisk({"--batch", "list.txt", "--detector", "densesampling", "--descriptor", "none",
-                              "--clusterInput", "--output", "cl"},
-                             dir.Path());
-    EXPECT_EQ(cluster.status, 0);
-    EXPECT_TRUE(PathExists(dir.File("cl/clusterinput.bin")));
-    EXPECT_FALSE(PathExists(dir.File("cl/one.bin")));
-}
+using namespace TestSupport;
 
 namespace
 {
@@ -192,87 +17,204 @@ struct Row
     std::vector<double> values;
 };
 
-// Points and descriptors of a VESK1 file.
-std::vector<Row> ReadRows(const std::string& text, int& length)
+// The rows of a VESK1 file, in order; `length` receives the header's descriptor length.
+std::vector<Row> ReadRows(const std::string& path, int* length = nullptr)
 {
-    std::istringstream in(text);
-    std::string magic;
-    int count = 0;
-    in >> magic >> length >> count;
+    std::istringstream in(ReadTextFile(path));
+    std::string magic, line;
+    int width = -1, count = -1;
+    in >> magic >> width >> count;
+    EXPECT_EQ(magic, "VESK1") << path;
+    if (length)
+        *length = width;
     std::vector<Row> rows;
-    std::string line;
-    std::getline(in, line);
     while (std::getline(in, line))
     {
         if (line.empty())
             continue;
         Row row{};
-        size_t close = line.find('>');
-        std::istringstream point(line.substr(line.find(' ') + 1, close));
-        double orientation;
+        double orientation, v;
+        std::istringstream point(line.substr(line.find(' ') + 1)), values(line.substr(line.find(';') + 1));
         point >> row.x >> row.y >> row.scale >> orientation >> row.cornerness;
-        std::istringstream values(line.substr(line.find(';') + 1));
-        double v;
         while (values >> v)
             row.values.push_back(v);
         rows.push_back(row);
     }
-    EXPECT_EQ(static_cast<int>(rows.size()), count);
+    EXPECT_EQ(static_cast<int>(rows.size()), count) << path;
     return rows;
 }
+
+void WritePhoto(const TempDir& dir, const std::string& name, int width, int height, unsigned seed)
+{
+    PlainImage picture = MakeTexturedImage(width, height, 3, seed);
+    WriteTextFile(dir.File(name), EncodeJpeg(picture, JCS_RGB, JCS_YCbCr, 90));
+}
+
+int Status(const TempDir& dir, std::vector<std::string> args)
+{
+    return RunLumisk(args, dir.Path()).status;
+}
 } // namespace
+
+TEST(PipelineDense, WritesTheStaggeredGridInBothFormatsAndShiftsByTheBorder)
+{
+    TempDir dir;
+    WritePhoto(dir, "photo.jpg", 100, 80, 1);
+    const std::vector<std::string> dense{"photo.jpg", "--detector", "densesampling", "--descriptor", "none"};
+    auto with = [&](std::vector<std::string> more) {
+        more.insert(more.begin(), dense.begin(), dense.end());
+        return Status(dir, more);
+    };
+    ASSERT_EQ(with({"--output", "o.txt"}), 0);
+    std::vector<Row> points = ReadRows(dir.File("o.txt"));
+    // Files are 1-based: the first grid row y = 6 is written as 7, x = 9 as 10; the
+    // last row is y = 72, below 80 - 6.
+    ASSERT_EQ(points.size(), 12u * 15);
+    EXPECT_EQ(points[0].x, 10.0);
+    EXPECT_EQ(points[0].y, 7.0);
+    EXPECT_EQ(points[0].scale, 1.2);
+    EXPECT_EQ(points[15].x, 7.0);
+    EXPECT_EQ(points.back().y, 73.0);
+
+    // The binary form holds the same points; the regions file takes the same format.
+    ASSERT_EQ(with({"--output", "o.bin", "--outputFormat", "binary", "--saveRegions", "s.bin"}), 0);
+    EXPECT_EQ(ReadTextFile(dir.File("o.bin")).compare(0, 8, "BINDESC1"), 0);
+    EXPECT_EQ(ReadTextFile(dir.File("s.bin")), ReadTextFile(dir.File("o.bin")));
+    ASSERT_EQ(Status(dir, {"photo.jpg", "--detector", "none", "--loadRegions", "o.bin", "--output", "t.txt"}), 0);
+    EXPECT_EQ(ReadTextFile(dir.File("t.txt")), ReadTextFile(dir.File("o.txt")));
+
+    // A cut border is added back: the same grid on the inner 90 x 70, moved by 5.
+    ASSERT_EQ(with({"--borderWidth", "5", "--output", "b.txt"}), 0);
+    std::vector<Row> shifted = ReadRows(dir.File("b.txt"));
+    ASSERT_EQ(shifted.size(), 10u * 13);
+    EXPECT_EQ(shifted[0].x, 10.0 + 5);
+    EXPECT_EQ(shifted[0].y, 7.0 + 5);
+
+    auto noOutput = RunLumisk({"photo.jpg", "--detector", "densesampling"}, dir.Path());
+    EXPECT_EQ(noOutput.status, 0);
+    EXPECT_EQ(CountOf(noOutput.out, "Warning: no output file to write to. Did you forget to specify --output?"), 1);
+
+    auto unknown = RunLumisk({"photo.jpg", "--detector", "nosuch", "--output", "u.txt"}, dir.Path());
+    EXPECT_EQ(unknown.status, 1);
+    EXPECT_EQ(CountOf(unknown.out, "[ERROR] Unknown detector mode: nosuch"), 1);
+    EXPECT_FALSE(PathExists(dir.File("u.txt")));
+    EXPECT_EQ(Status(dir, {"photo.jpg", "--detector", "nosuch", "--exitOnErrorLogged"}), 42);
+
+    auto badDescriptor = RunLumisk({"photo.jpg", "--detector", "none", "--descriptor", "nosuchdescriptor"}, dir.Path());
+    EXPECT_EQ(badDescriptor.status, 1);
+    EXPECT_NE(badDescriptor.out.find("[ERROR] Invalid descriptor name"), std::string::npos);
+    EXPECT_NE(badDescriptor.err.find("[ERROR] Invalid descriptor name: nosuchdescriptor"), std::string::npos);
+}
+
+TEST(PipelineRegions, LoadedRegionsAreCopiedUnchanged)
+{
+    TempDir dir;
+    WritePhoto(dir, "photo.jpg", 90, 70, 2);
+    ASSERT_EQ(Status(dir, {"photo.jpg", "--detector", "densesampling", "--output", "o.txt"}), 0);
+    ASSERT_EQ(Status(dir, {"photo.jpg", "--detector", "none", "--loadRegions", "o.txt", "--saveRegions", "s.txt"}), 0);
+    EXPECT_EQ(ReadTextFile(dir.File("s.txt")), ReadTextFile(dir.File("o.txt")));
+    // The border is taken off on loading and added back on writing.
+    ASSERT_EQ(Status(dir, {"photo.jpg", "--detector", "none", "--loadRegions", "o.txt", "--borderWidth", "3",
+                        "--descriptor", "none", "--output", "b.txt"}),
+              0);
+    EXPECT_EQ(ReadTextFile(dir.File("b.txt")), ReadTextFile(dir.File("o.txt")));
+
+    ASSERT_EQ(Status(dir, {"photo.jpg", "--detector", "none", "--output", "e.txt"}), 0);
+    EXPECT_TRUE(ReadRows(dir.File("e.txt")).empty());
+    WriteTextFile(dir.File("garbage.txt"), "garbage\n");
+    EXPECT_EQ(Status(dir, {"photo.jpg", "--detector", "none", "--loadRegions", "garbage.txt"}), 1);
+}
+
+TEST(PipelineKeepLimited, FixedSeedRepeatsTheSubsetAndTheClockChangesIt)
+{
+    TempDir dir;
+    WritePhoto(dir, "photo.jpg", 100, 100, 3);
+    auto run = [&](const std::string& out, const std::string& limit, bool fixed) {
+        std::vector<std::string> a{"photo.jpg", "--detector", "densesampling", "--descriptor", "none",
+                                   "--keepLimited", limit, "--output", out};
+        if (fixed)
+            a.push_back("--noRandomizeSeed");
+        EXPECT_EQ(Status(dir, a), 0);
+        return ReadTextFile(dir.File(out));
+    };
+    const std::string first = run("a.txt", "10", true);
+    EXPECT_EQ(run("b.txt", "10", true), first);
+    EXPECT_EQ(ReadRows(dir.File("a.txt")).size(), 10u);
+
+    const std::string clock1 = run("c.txt", "10", false);
+    std::this_thread::sleep_for(std::chrono::milliseconds(1100));
+    EXPECT_NE(run("d.txt", "10", false), clock1);
+
+    // A limit equal to the count changes nothing, and 0 means no limit.
+    EXPECT_EQ(run("all.txt", "225", false), run("plain.txt", "0", false));
+}
+
+TEST(PipelineBatch, OneFilePerImageInTheOutputDirectory)
+{
+    TempDir dir;
+    WritePhoto(dir, "one.jpg", 60, 50, 4);
+    WritePhoto(dir, "two.jpg", 70, 40, 5);
+    WriteTextFile(dir.File("list.txt"), "one.jpg\n# skipped\ntwo.jpg\n");
+    ASSERT_EQ(Status(dir, {"--batch", "list.txt", "--detector", "densesampling", "--output", "out"}), 0);
+    EXPECT_EQ(ReadRows(dir.File("out/one.bin")).size(), 7u * 8);
+    EXPECT_EQ(ReadRows(dir.File("out/two.bin")).size(), 5u * 10);
+
+    auto silent = RunLumisk({"--batch", "list.txt", "--detector", "densesampling"}, dir.Path());
+    EXPECT_EQ(silent.status, 0);
+    EXPECT_EQ(CountOf(silent.out, "Did you forget to specify --output?"), 2);
+    EXPECT_FALSE(PathExists(dir.File("one.bin")) || PathExists(dir.File("two.bin")));
+
+    // Cluster input goes to one file in the output directory, and no per-image file.
+    ASSERT_EQ(Status(dir, {"--batch", "list.txt", "--detector", "densesampling", "--descriptor", "none",
+                        "--clusterInput", "--output", "cl"}),
+              0);
+    std::vector<Row> cluster = ReadRows(dir.File("cl/clusterinput.bin"));
+    ASSERT_EQ(cluster.size(), 7u * 8 + 5u * 10);
+    EXPECT_TRUE(cluster[0].x == 0 && cluster[0].y == 0 && cluster[0].scale == 0);
+    EXPECT_FALSE(PathExists(dir.File("cl/one.bin")));
+}
 
 TEST(PipelineSift, DefaultDetectorAndSiftFamilyWriteWholeNumberRows)
 {
     TempDir dir;
     WritePhoto(dir, "photo.jpg", 160, 120, 6);
-    auto sift = RunLumisk({"photo.jpg", "--descriptor", "sift", "--output", "o.txt"}, dir.Path());
-    ASSERT_EQ(sift.status, 0) << sift.out;
-    int length = 0;
-    std::vector<Row> rows = ReadRows(ReadTextFile(dir.File("o.txt")), length);
-    EXPECT_EQ(length, 128);
-    ASSERT_GT(rows.size(), 5u);
-    for (size_t i = 0; i < rows.size(); ++i)
+    const std::pair<std::vector<std::string>, int> runs[] = {
+        {{"--descriptor", "sift"}, 128},
+        {{"--descriptor", "opponentsift"}, 384},
+        {{"--descriptor", "rgbn1sift"}, 384},
+        {{"--detector", "colorharrislaplace", "--descriptor", "sift"}, 128},
+        {{"--detector", "laplacian", "--descriptor", "sift"}, 128},
+        {{"--detector", "densesampling", "--descriptor", "csift"}, 384},
+    };
+    size_t harrisPoints = 0;
+    for (const auto& r : runs)
     {
-        ASSERT_EQ(rows[i].values.size(), 128u);
-        if (i > 0)
+        std::vector<std::string> args{"photo.jpg", "--output", "o.txt"};
+        args.insert(args.end(), r.first.begin(), r.first.end());
+        ASSERT_EQ(Status(dir, args), 0) << r.first.back();
+        int length = 0;
+        std::vector<Row> rows = ReadRows(dir.File("o.txt"), &length);
+        EXPECT_EQ(length, r.second) << r.first.back();
+        ASSERT_GT(rows.size(), 5u);
+        // The colour variants describe the same Harris-Laplace points, by falling cornerness.
+        if (r.first.size() == 2)
         {
-            EXPECT_GE(rows[i - 1].cornerness, rows[i].cornerness);
+            harrisPoints = harrisPoints ? harrisPoints : rows.size();
+            EXPECT_EQ(rows.size(), harrisPoints);
+            for (size_t i = 1; i < rows.size(); ++i)
+                EXPECT_GE(rows[i - 1].cornerness, rows[i].cornerness);
         }
-        double sum = 0;
-        for (double v : rows[i].values)
+        for (const Row& row : rows)
         {
-            ASSERT_EQ(v, static_cast<int>(v));
-            ASSERT_GE(v, 0.0);
-            ASSERT_LE(v, 512.0);
-            sum += v;
+            ASSERT_EQ(row.values.size(), static_cast<size_t>(r.second));
+            double sum = 0;
+            for (double v : row.values)
+            {
+                ASSERT_TRUE(v == static_cast<int>(v) && v >= 0.0 && v <= 512.0) << v;
+                sum += v;
+            }
+            EXPECT_GT(sum, 0.0);
         }
-        EXPECT_GT(sum, 0.0);
+        EXPECT_TRUE(r.first[1] != "densesampling" || rows[0].scale == 1.2);
     }
-
-    for (const char* descriptor : {"opponentsift", "rgbn1sift"})
-    {
-        auto colour = RunLumisk({"photo.jpg", "--descriptor", descriptor, "--output", "c.txt"}, dir.Path());
-        ASSERT_EQ(colour.status, 0) << descriptor;
-        std::vector<Row> colourRows = ReadRows(ReadTextFile(dir.File("c.txt")), length);
-        EXPECT_EQ(length, 384) << descriptor;
-        EXPECT_EQ(colourRows.size(), rows.size());
-    }
-
-    for (const char* detector : {"colorharrislaplace", "laplacian"})
-    {
-        auto run = RunLumisk({"photo.jpg", "--detector", detector, "--descriptor", "sift", "--output", "d.txt"},
-                             dir.Path());
-        EXPECT_EQ(run.status, 0) << detector;
-        ReadRows(ReadTextFile(dir.File("d.txt")), length);
-        EXPECT_EQ(length, 128);
-    }
-
-    auto dense = RunLumisk({"photo.jpg", "--detector", "densesampling", "--descriptor", "csift", "--output", "e.txt"},
-                           dir.Path());
-    ASSERT_EQ(dense.status, 0);
-    std::vector<Row> denseRows = ReadRows(ReadTextFile(dir.File("e.txt")), length);
-    EXPECT_EQ(length, 384);
-    ASSERT_FALSE(denseRows.empty());
-    EXPECT_EQ(denseRows[0].scale, 1.2);
 }

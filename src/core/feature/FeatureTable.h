@@ -18,6 +18,8 @@ class FeatureTable : public Table::FeatureTableTem
 public:
     FeatureTable(FeatureDefinition def, int tableSize, int vectorLength);
 
+    using Core::Table::FeatureTableTem::Dump;
+
     const FeatureDefinition& GetFeatureDefinition() const { return mFeatureDefinition; }
     int GetVectorLength() const { return mColumn2.GetVectorLength(); }
     double* GetVector(int i) const { return mColumn2.GetVectorData(i); }
@@ -31,7 +33,8 @@ private:
     FeatureDefinition mFeatureDefinition;
 };
 
-// The number of words of a codebook: the id of the last row's Quid plus one.
+// The number of words of a codebook: the id of the last row's Quid plus one; 0 after a
+// reported error for an empty table.
 int GetCodebookLength(FeatureTable* table);
 
 } // namespace Feature

@@ -330,13 +330,13 @@ PointDescriptorTable* InterestPointFeature::ApplyDetector(Array::Array2dVec3UInt
     PointDescriptorTable* table = nullptr;
     if (detector == "harrislaplace" || detector == "harrislaplace2")
     {
-        HarrisLaplaceDetector harris(5.0, 3.0, mRecGauss, false);
-        table = harris.HLDetector(image, harrisThreshold, harrisK, laplaceThreshold);
+        HarrisLaplaceDetector hl(5.0, 3.0, mRecGauss, false);
+        table = hl.HLDetector(image, harrisThreshold, harrisK, laplaceThreshold);
     }
     else if (detector == "colorharrislaplace")
     {
-        HarrisLaplaceDetector harris(5.0, 3.0, mRecGauss, false);
-        table = harris.CHLDetector(image, harrisThreshold, harrisK, laplaceThreshold);
+        HarrisLaplaceDetector hl(5.0, 3.0, mRecGauss, false);
+        table = hl.CHLDetector(image, harrisThreshold, harrisK, laplaceThreshold);
     }
     else if (detector == "laplacian")
         table = LaplacianDetector(image, true, 3.0);

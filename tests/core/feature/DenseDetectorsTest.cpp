@@ -35,60 +35,53 @@ TEST(DenseDetectors, GridsOfTheStatedExamples)
     EXPECT_EQ(TablePtr(Feature::DenseSamplingDetector(&image, 50, {1.0}))->Size(), 0);
     EXPECT_EQ(TablePtr(Feature::DenseSamplingDetector(&image, 6, {}))->Size(), 0);
 
-    // The plain grid: x = 0, 4, 8, 12 (W - 1 is on the grid), y = 0, 4.
-    Array::Array2dVec3UInt8 small(13, 7, 0, 0);
+    // The plain grid includes (0, 0) and x = W - 1 = 12: x = 0, 4, 8, 12 at y = 0, 4.
+    Array::Array2dVec3UInt8 small(13, 7, 0, 0), empty(5, 0, 0, 0);
     TablePtr plain(Feature::DenseDetector(&small, 4, {1.0}));
     ASSERT_EQ(plain->Size(), 8);
-    EXPECT_EQ(Row(plain, 3), (std::vector<double>{12, 0, 1}));
+    EXPECT_TRUE(Row(plain, 0) == (std::vector<double>{0, 0, 1}) && Row(plain, 3) == (std::vector<double>{12, 0, 1}));
     EXPECT_EQ(Row(plain, 4), (std::vector<double>{0, 4, 1}));
-    // Every pixel at every scale.
+    EXPECT_EQ(TablePtr(Feature::DenseDetector(&empty, 4, {1.0}))->Size(), 0);
+    // Every pixel at every scale, reserved in one go.
     TablePtr all(Feature::DenseAllDetector(&small, {1.0, 2.0}));
-    ASSERT_EQ(all->Size(), 13 * 7 * 2);
-    EXPECT_EQ(all->Capacity(), 13 * 7 * 2);
+    ASSERT_TRUE(all->Size() == 13 * 7 * 2 && all->Capacity() == 13 * 7 * 2);
     EXPECT_EQ(Row(all, 2), (std::vector<double>{1, 0, 1}));
     EXPECT_EQ(Row(all, 27), (std::vector<double>{0, 1, 2}));
-    Array::Array2dVec3UInt8 empty(5, 0, 0, 0);
-    EXPECT_EQ(TablePtr(Feature::DenseDetector(&empty, 4, {1.0}))->Size(), 0);
 }
 
 TEST(DenseInterpolator, ColumnsFollowTheEdgeAndInteriorRules)
 {
+    // n = 16, s = 4, c = 8: b = 3 columns with t = 0, 4, 8. The edge kernel is four
+    // ones and then 7.5/8 .. 0.5/8, summing to 8. Column 0 fails the strict interior
+    // test (16 > 16) and takes it mirrored at rows 0..11, column 1 at rows 4..15, and
+    // column 2 stays empty (16 >= 20 fails).
     std::unique_ptr<Array2dReal64> m(Feature::MakeDenseInterpolator<Array2dReal64>(16, 4, 8, false));
-    ASSERT_TRUE(m);
-    ASSERT_EQ(m->mWidth, 3);
-    ASSERT_EQ(m->mHeight, 16);
-    auto at = [&](int row, int col) { return m->mData[row * 3 + col]; };
-    // Column 0 (t = 0) fails the strict interior test and takes the mirrored edge
-    // kernel at rows 0..11; column 1 at rows 4..15; column 2 stays empty.
+    std::unique_ptr<Array2dReal64> mt(Feature::MakeDenseInterpolator<Array2dReal64>(16, 4, 8, true));
+    ASSERT_TRUE(m && mt);
+    ASSERT_TRUE(m->mWidth == 3 && m->mHeight == 16 && mt->mWidth == 16 && mt->mHeight == 3);
     double sums[3] = {0, 0, 0};
     for (int row = 0; row < 16; ++row)
         for (int col = 0; col < 3; ++col)
-            sums[col] += at(row, col);
-    EXPECT_NEAR(sums[0], 1.0, 1e-12);
-    EXPECT_NEAR(sums[1], 1.0, 1e-12);
-    EXPECT_EQ(sums[2], 0.0);
-    EXPECT_EQ(at(12, 0), 0.0);
-    EXPECT_GT(at(0, 0), 0.0);
-    EXPECT_LT(at(0, 0), at(11, 0)); // mirrored: rising, then flat
-    EXPECT_EQ(at(3, 1), 0.0);
-    EXPECT_EQ(at(15, 1), at(11, 0));
+        {
+            const int k = row - 4 * col;
+            const double expected = col == 2 || k < 0 || k > 11 ? 0.0 : k < 8 ? (k + 0.5) / 64 : 0.125;
+            EXPECT_EQ(m->mData[row * 3 + col], expected) << row << " " << col;
+            EXPECT_EQ(mt->mData[col * 16 + row], expected);
+            sums[col] += expected;
+        }
+    EXPECT_TRUE(sums[0] == 1.0 && sums[1] == 1.0);
 
-    // The transposed form holds the same values.
-    std::unique_ptr<Array2dReal64> transposed(Feature::MakeDenseInterpolator<Array2dReal64>(16, 4, 8, true));
-    ASSERT_TRUE(transposed);
-    ASSERT_EQ(transposed->mWidth, 16);
-    ASSERT_EQ(transposed->mHeight, 3);
-    for (int row = 0; row < 16; ++row)
-        for (int col = 0; col < 3; ++col)
-            EXPECT_EQ(transposed->mData[col * 16 + row], at(row, col));
-
-    // On a longer axis, interior column 2 is a full triangle from row 4 - 8 + 16: its
-    // halves mirror each other.
+    // On a longer axis, column 0 (t = -4) takes the left-edge kernel from row 0, and
+    // column 2 (t = 12) is interior: the full triangle (i + 0.5) / 64 and its mirror.
     std::unique_ptr<Array2dReal64> big(Feature::MakeDenseInterpolator<Array2dReal64>(64, 8, 8, false));
     ASSERT_TRUE(big);
+    const int64_t b = big->mWidth;
+    EXPECT_EQ(big->mData[0], 0.125);
+    EXPECT_EQ(big->mData[11 * b], 0.5 / 64);
     for (int k = 0; k < 8; ++k)
-        EXPECT_EQ(big->mData[(12 + k) * big->mWidth + 2], big->mData[(27 - k) * big->mWidth + 2]);
+        EXPECT_TRUE(big->mData[(12 + k) * b + 2] == (k + 0.5) / 64 && big->mData[(27 - k) * b + 2] == (k + 0.5) / 64);
 
+    // Too small an axis, and an odd cell size on a large one, are refused.
     EXPECT_EQ(Feature::MakeDenseInterpolator<Array2dReal64>(15, 4, 8, false), nullptr);
     EXPECT_EQ(Feature::MakeDenseInterpolator<Array2dReal64>(64, 4, 7, false), nullptr);
 }

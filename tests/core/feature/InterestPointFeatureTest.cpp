@@ -42,10 +42,7 @@ PropertySet Snapshot(const Overrides& overrides)
 // A feature with the snapshot it reads from.
 struct Configured
 {
-    explicit Configured(const Overrides& overrides)
-        : set(Snapshot(overrides)), feature(set)
-    {
-    }
+    explicit Configured(const Overrides& overrides) : set(Snapshot(overrides)), feature(set) {}
     PropertySet set;
     InterestPointFeature feature;
 };
@@ -89,61 +86,72 @@ TEST(InterestPointFeatureName, ComposesDetectorDescriptorAndParameters)
         EXPECT_EQ(Configured(n.first).feature.GetFeatureDefinition().AsString(), n.second);
 }
 
-TEST(InterestPointFeatureConfig, ReadsItsMembersFromTheSnapshot)
+TEST(InterestPointFeatureConfig, RegistersItsOptionsAndReadsThemFromTheSnapshot)
 {
-    Configured dense({{"detector", "dense"}, {"ds_scales", "1.6+3.2"}, {"borderWidth", "5"},
-                      {"keepLimited", "10"}, {"recGauss", "1"}, {"outputFormat", "binary"}});
+    Tavlin::CmdOptions& options = Tavlin::CmdOptions::GetInstance();
+    options.Reset();
+    const size_t before = options.GetOptionCount();
+    InterestPointFeature::AddCmdOptions();
+    std::string rows;
+    for (size_t i = before; i < options.GetOptionCount(); ++i)
+        rows += options.GetOptionName(i) + "=" + options.GetString(options.GetOptionName(i), "?") + " ";
+    EXPECT_EQ(rows, "borderWidth=0 recGauss=0 loadRegions= saveRegions= descriptor= output= outputFormat= "
+                    "descriptorBinCount=15 descriptorPreSmoothing=0 descriptorOpponentWeight= clusterInput=0 "
+                    "keepLimited=-1 noRandomizeSeed=0 codebook= codebookMode=hard codebookSigma= codebookName= "
+                    "pointSelector= extraBoxes= detector=harrislaplace harrisThreshold=1e-9 harrisK=0.06 "
+                    "laplaceThreshold=0.03 ds_spacing=6 ds_scales= featurePrefix= surf-haar-size=3 "
+                    "surf-subregion-size=2 surf-spaciality=4 ");
+
+    Configured dense({{"detector", "dense"}, {"ds_scales", "1.6+3.2"}, {"borderWidth", "5"}, {"keepLimited", "10"},
+                      {"recGauss", "1"}, {"outputFormat", "binary"}});
     InterestPointFeature& feature = dense.feature;
     EXPECT_EQ(feature.GetScales(), (std::vector<double>{1.6, 3.2}));
-    EXPECT_EQ(feature.GetBorderWidth(), 5);
-    EXPECT_EQ(feature.GetKeepLimited(), 10);
-    EXPECT_TRUE(feature.GetRecGauss());
+    EXPECT_TRUE(feature.GetBorderWidth() == 5 && feature.GetKeepLimited() == 10 && feature.GetRecGauss());
     EXPECT_EQ(feature.GetOutputFormat(), "binary");
-    EXPECT_EQ(feature.GetTimeStats().GroupCount(), 3u);
-    EXPECT_EQ(feature.GetTimeStats().GetGroup(1).mName, "descriptor");
+    ASSERT_EQ(feature.GetTimeStats().GroupCount(), 3u);
+    EXPECT_EQ(feature.GetTimeStats().GetGroup(0).mName + feature.GetTimeStats().GetGroup(1).mName +
+                  feature.GetTimeStats().GetGroup(2).mName,
+              "detectordescriptorprojection");
     // Other detectors ignore the dense scales.
     EXPECT_TRUE(Configured(Overrides{{"ds_scales", "1.6+3.2"}}).feature.GetScales().empty());
 
     // The fixed seed is the scrambled seed 1; without the flag the clock seeds it.
     EXPECT_EQ(Configured(Overrides{{"noRandomizeSeed", "1"}}).feature.GetRandom().GetSeed(), 0x5DEECE66CULL);
     const uint64_t expected = (static_cast<uint64_t>(std::time(nullptr)) ^ 0x5DEECE66DULL) & ((1ULL << 48) - 1);
-    const uint64_t seed = Configured(Overrides{}).feature.GetRandom().GetSeed();
-    EXPECT_LE(expected - seed, 1u);
+    EXPECT_LE(expected - Configured(Overrides{}).feature.GetRandom().GetSeed(), 1u);
 }
 
 TEST(InterestPointFeatureKeepLimited, KeepsTheRowsAnIndependentShufflePicks)
 {
+    using Tavlin::Persistency::RepositoryGetFile;
     TestSupport::TempDir dir;
-    Configured limited({{"detector", "densesampling"}, {"descriptor", "none"}, {"keepLimited", "7"}, {"noRandomizeSeed", "1"}});
-    InterestPointFeature& feature = limited.feature;
+    Configured limited({{"detector", "densesampling"}, {"descriptor", "none"}, {"keepLimited", "7"},
+                        {"noRandomizeSeed", "1"}});
     Tavlin::Core::Array::Array2dVec3UInt8 image(60, 40, 0, 0);
-    std::unique_ptr<PointDescriptorTable> all(feature.ApplyDetector(&image, "densesampling"));
+    std::unique_ptr<PointDescriptorTable> all(limited.feature.ApplyDetector(&image, "densesampling"));
     const int n = all->Size();
     ASSERT_GT(n, 20);
 
-    // Two images drawn from one running generator: each run's file against a replay
-    // of the shuffles with glibc's generator.
+    // Two images from one running generator, each against a replay of the shuffle with
+    // glibc's generator from the same seed.
     unsigned short state[3] = {0xE66C, 0xDEEC, 0x5};
     for (int run = 0; run < 2; ++run)
     {
-        std::string name = dir.File("kept" + std::to_string(run) + ".txt");
-        ASSERT_TRUE(feature.FindInterestPoints(&image, Tavlin::Quid(0),
-                                               Tavlin::Persistency::RepositoryGetFile(name, true, false), false,
-                                               Tavlin::Persistency::File(), Tavlin::Persistency::File()));
+        const std::string name = dir.File("kept" + std::to_string(run));
+        ASSERT_TRUE(limited.feature.FindInterestPoints(&image, Tavlin::Quid(0), RepositoryGetFile(name, true, false),
+                                                       false, {}, {}));
         std::vector<int> order(n);
         std::iota(order.begin(), order.end(), 0);
         for (int i = 1; i < n; ++i)
             std::swap(order[i], order[OracleDraw(state, i + 1)]);
-        std::vector<int> chosen(order.begin(), order.begin() + 7);
-        std::sort(chosen.begin(), chosen.end());
+        std::sort(order.begin(), order.begin() + 7);
 
-        std::unique_ptr<Tavlin::Util::IOBuffer> buffer(
-            Tavlin::Persistency::RepositoryGetFile(name, false, false).GetReadBuffer());
-        std::unique_ptr<PointDescriptorTable> kept(
-            PointDescriptorTable::ImportFromBuffer(Tavlin::Core::Feature::FeatureDefinition(""), buffer.get(), 0));
+        std::unique_ptr<Tavlin::Util::IOBuffer> buffer(RepositoryGetFile(name, false, false).GetReadBuffer());
+        std::unique_ptr<PointDescriptorTable> kept(PointDescriptorTable::ImportFromBuffer(
+            Tavlin::Core::Feature::FeatureDefinition(""), buffer.get(), 0));
         ASSERT_TRUE(kept);
         ASSERT_EQ(kept->Size(), 7);
         for (int i = 0; i < 7; ++i)
-            EXPECT_TRUE(kept->X()[i] == all->X()[chosen[i]] && kept->Y()[i] == all->Y()[chosen[i]]) << run << " " << i;
+            EXPECT_TRUE(kept->X()[i] == all->X()[order[i]] && kept->Y()[i] == all->Y()[order[i]]) << run << i;
     }
 }
