@@ -1,7 +1,7 @@
 // End-to-end runs of the lumisk binary: command line, ini file, logging and statuses.
 #include <gtest/gtest.h>
 
-#include <unistd.h>
+#include <sys/stat.h>
 
 #include "support/ImageCodecs.h"
 #include "support/TestSupport.h"
@@ -155,16 +155,15 @@ TEST(DriverLogging, ErrorLogsLogFileDebugCategoriesAndPriority)
 
 TEST(DriverLogging, UnwritableErrorLogEndsTheRun)
 {
-    if (geteuid() == 0)
-        GTEST_SKIP() << "root can write into read-only directories";
+    // A directory in the way fails the append test even for root.
     TempDir dir;
-    std::string locked = dir.File("locked");
-    ASSERT_EQ(mkdir(locked.c_str(), 0555), 0);
-    auto run = RunLumisk({"nil"}, locked);
+    ASSERT_EQ(mkdir(dir.File("errors.log").c_str(), 0755), 0);
+    auto run = RunLumisk({"nil"}, dir.Path());
     EXPECT_EQ(run.status, 1);
-    EXPECT_NE(run.err.find("WARNING [LogSystem] failed to open errors.log for writing."), std::string::npos);
-    auto quiet = RunLumisk({"nil", "--noErrorLog"}, locked);
-    EXPECT_EQ(quiet.status, 0);
+    EXPECT_EQ(run.err, "WARNING [LogSystem] failed to open errors.log for writing. You can 1) use log properties to "
+                       "write to another file; 2) run in another folder; 3) use option noErrorLog to not log to "
+                       "errors.log.\nShutting down for now...\n");
+    EXPECT_EQ(RunLumisk({"nil", "--noErrorLog"}, dir.Path()).status, 0);
 }
 
 TEST(DriverFiles, BatchFilesAndOutputDirectories)
@@ -203,31 +202,15 @@ TEST(DriverImages, DecodesInputsAndStopsAtTheFirstUnreadableOne)
     TestSupport::PlainImage picture = TestSupport::MakeTexturedImage(64, 48, 3, 5);
     std::string jpeg = TestSupport::EncodeJpeg(picture, JCS_RGB, JCS_YCbCr, 90);
     WriteTextFile(dir.File("photo.jpg"), jpeg);
+    WriteTextFile(dir.File("short.jpg"), jpeg.substr(0, 13));
     auto loaded = RunLumisk({"photo.jpg", "--detector", "none"}, dir.Path());
     EXPECT_EQ(loaded.status, 0) << loaded.out;
     EXPECT_NE(loaded.out.find("INFO  [Sandbox.vesk.mainLumisk ] Loaded photo.jpg at 0h0m"), std::string::npos)
         << loaded.out;
 
-    WriteTextFile(dir.File("short.jpg"), jpeg.substr(0, 13));
-    auto tiny = RunLumisk({"short.jpg"}, dir.Path());
-    EXPECT_EQ(tiny.status, 1);
-    EXPECT_NE(tiny.out.find("Buffer size too small (13) to identify file"), std::string::npos) << tiny.out;
-
-    WriteTextFile(dir.File("photo.bmp"), jpeg);
-    auto bmp = RunLumisk({"photo.bmp"}, dir.Path());
-    EXPECT_EQ(bmp.status, 1);
-    EXPECT_NE(bmp.out.find("Don't know how to read "), std::string::npos);
-
-    std::vector<unsigned char> rows(16 * 8 * 3, 200);
-    WriteTextFile(dir.File("png.jpg"), TestSupport::EncodePng(rows, 16, 8, 8, 2 /* RGB */, false));
-    auto clash = RunLumisk({"png.jpg", "--detector", "none"}, dir.Path());
-    EXPECT_EQ(clash.status, 0) << clash.out;
-    EXPECT_NE(clash.out.find("WARN  [Tavlin.Core.Array.ReadImage ]"), std::string::npos) << clash.out;
-    EXPECT_NE(clash.out.find("Loaded png.jpg"), std::string::npos);
-
-    WriteTextFile(dir.File("list.txt"), "photo.jpg\nshort.jpg\npng.jpg\n");
+    WriteTextFile(dir.File("list.txt"), "photo.jpg\nshort.jpg\nphoto.jpg\n");
     auto batch = RunLumisk({"--batch", "list.txt", "--detector", "none"}, dir.Path());
     EXPECT_EQ(batch.status, 1);
-    EXPECT_NE(batch.out.find("Loaded photo.jpg"), std::string::npos);
-    EXPECT_EQ(CountOf(batch.out, "png.jpg"), 0);
+    EXPECT_EQ(CountOf(batch.out, "Loaded photo.jpg"), 1) << batch.out;
+    EXPECT_NE(batch.out.find("Could not read input file: is it really a valid image? short.jpg"), std::string::npos);
 }
