@@ -36,65 +36,57 @@ std::string Parse(CmdOptions& options, std::vector<std::string> args, int minArg
 
 TEST(CmdOptionsParse, ReportsEveryMessageOfTheWordList)
 {
-    CmdOptions& options = FreshOptions();
     testing::internal::CaptureStdout();
-    EXPECT_EQ(options.DoParseArgs({"prog"}, 1), "Need more arguments: 0 found, 1 expected");
+    EXPECT_EQ(FreshOptions().DoParseArgs({"prog"}, 1), "Need more arguments: 0 found, 1 expected");
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "prog\n");
-
-    EXPECT_EQ(Parse(FreshOptions(), {"--batch"}), "Need more arguments");
-    EXPECT_EQ(Parse(FreshOptions(), {"img", "--keepLimited", "-1"}), "Missing value for --keepLimited");
-    EXPECT_EQ(Parse(FreshOptions(), {"img", "--keepLimited"}), "Missing value for --keepLimited");
-    EXPECT_EQ(Parse(FreshOptions(), {"img", "--ini"}), "Missing value for --ini");
-    EXPECT_EQ(Parse(FreshOptions(), {"img", "--ini", "-x"}), "Missing value for --ini");
-    EXPECT_EQ(Parse(FreshOptions(), {"img", "--ini", "/no/such/missing.ini"}),
-              "Couldn't open ini file /no/such/missing.ini");
-    EXPECT_EQ(Parse(FreshOptions(), {"img", "--nosuch"}), "Unknown option --nosuch");
-    EXPECT_EQ(Parse(FreshOptions(), {"img", "-"}), "Unknown option --");
-    EXPECT_EQ(Parse(FreshOptions(), {"img", "--"}), "Unknown option --");
-    EXPECT_EQ(Parse(FreshOptions(), {"img", "--version"}), "Unknown option --version");
-    EXPECT_EQ(Parse(FreshOptions(), {"img", "--descriptor", "\"a", "b"}), "Quoted string not terminated");
-    EXPECT_EQ(Parse(FreshOptions(), {"img", "--nosuch", "-h"}), "Unknown option --nosuch");
-    EXPECT_EQ(Parse(FreshOptions(), {"-h", "--nosuch"}), "help");
-    EXPECT_EQ(Parse(FreshOptions(), {"img", "--help"}), "help");
+    const std::pair<std::vector<std::string>, const char*> cases[] = {
+        {{"--batch"}, "Need more arguments"},
+        {{"img", "--keepLimited", "-1"}, "Missing value for --keepLimited"},
+        {{"img", "--keepLimited"}, "Missing value for --keepLimited"},
+        {{"img", "--ini"}, "Missing value for --ini"},
+        {{"img", "--ini", "-x"}, "Missing value for --ini"},
+        {{"img", "--ini", "/no/such/missing.ini"}, "Couldn't open ini file /no/such/missing.ini"},
+        {{"img", "--nosuch"}, "Unknown option --nosuch"},
+        {{"img", "-"}, "Unknown option --"},
+        {{"img", "--"}, "Unknown option --"},
+        {{"img", "--version"}, "Unknown option --version"},
+        {{"img", "--descriptor", "\"a", "b"}, "Quoted string not terminated"},
+        {{"img", "--nosuch", "-h"}, "Unknown option --nosuch"},
+        {{"-h", "--nosuch"}, "help"},
+        {{"img", "--help"}, "help"}};
+    for (const auto& [args, message] : cases)
+        EXPECT_EQ(Parse(FreshOptions(), args), message);
 }
 
-TEST(CmdOptionsParse, StoresValuesFlagsAndPositionals)
+TEST(CmdOptionsParse, StoresValuesFlagsQuotesAndPositionals)
 {
     CmdOptions& options = FreshOptions();
     EXPECT_EQ(Parse(options, {"--keepLimited", "5", "img", "--batch", "file", "--keepLimited", "7", "-v", "3"}), "");
     EXPECT_EQ(options.GetString("keepLimited", "x"), "7");
     EXPECT_EQ(options.GetString("batch", "x"), "1");
-    EXPECT_EQ(options.GetString("verb", "x"), "3");
     EXPECT_EQ(options.GetString("v", "x"), "3");
     // The flag does not take the next entry: it stays positional.
     ASSERT_EQ(options.GetArgCount(), 2u);
-    EXPECT_EQ(options.GetArg(0), "img");
     EXPECT_EQ(options.GetArg(1), "file");
     testing::internal::CaptureStdout();
     EXPECT_EQ(options.GetArg(2), "");
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "CmdOptions: no argument 2\n");
     EXPECT_EQ(options.GetAllArgs().size(), 9u);
 
-    CmdOptions& second = FreshOptions();
-    EXPECT_EQ(Parse(second, {"--v", "4", "--surf-haar-size", "5", "nil", "-a-recGauss"}), "");
-    EXPECT_EQ(second.GetString("verb", ""), "4");
-    EXPECT_EQ(second.GetString("surf-haar-size", ""), "5");
-    EXPECT_EQ(second.GetString("recGauss", ""), "1");
-    EXPECT_EQ(second.GetArgFile(0), "");
-    EXPECT_EQ(second.GetArg(0), "nil");
-}
-
-TEST(CmdOptionsParse, QuotedValuesAndPrefixedOptions)
-{
-    CmdOptions& options = FreshOptions();
-    EXPECT_EQ(options.GetString("data::images", "absent"), "absent");
-    EXPECT_EQ(Parse(options, {"\"my image.jpg\"", "--descriptor", "\"rgb", "sift\"", "\"open", "--data::images",
-                              "/srv/img", "--dataServer::b", "host:1"}),
+    FreshOptions(); // the same singleton, emptied
+    EXPECT_EQ(Parse(options, {"nil", "--v", "4", "--surf-haar-size", "5", "-a-recGauss", "\"my image.jpg\"",
+                              "--descriptor", "\"rgb", "sift\"", "\"open", "--data::images", "/srv/img",
+                              "--dataServer::b", "host:1"}),
               "");
+    EXPECT_EQ(options.GetString("verb", ""), "4");
+    EXPECT_EQ(options.GetString("surf-haar-size", ""), "5");
+    EXPECT_EQ(options.GetString("recGauss", ""), "1");
+    EXPECT_EQ(options.GetArgFile(0), "");
+    EXPECT_EQ(options.GetArg(0), "nil");
     EXPECT_EQ(options.GetString("descriptor", ""), "rgb sift");
-    EXPECT_EQ(options.GetArg(0), "my image.jpg");
+    EXPECT_EQ(options.GetArg(1), "my image.jpg");
     // A leading quote without a closing one loses its last character all the same.
-    EXPECT_EQ(options.GetArg(1), "ope");
+    EXPECT_EQ(options.GetArg(2), "ope");
     EXPECT_EQ(options.GetString("data::images", ""), "/srv/img");
     EXPECT_EQ(options.GetString("dataServer::b", ""), "host:1");
 
