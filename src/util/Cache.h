@@ -42,7 +42,7 @@ public:
                 value = it->second;
                 CacheElem elem = *it;
                 mElements.erase(it);
-                mElements.push_front(elem);
+                AddElement(elem.first, elem.second);
                 return true;
             }
         }

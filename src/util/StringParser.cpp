@@ -22,8 +22,6 @@ StringParser::StringParser(const std::string& text, uint64_t position)
 
 std::string StringParser::NextField(char delimiter, bool warn, const char* logLine, bool skipDelimiter)
 {
-    if (IsEnd())
-        return "";
     while (mPosition < mLength && mString[mPosition] == ' ')
         ++mPosition;
     if (mPosition < mLength && mString[mPosition] == delimiter)

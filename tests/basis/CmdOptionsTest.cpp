@@ -36,79 +36,64 @@ std::string Parse(CmdOptions& options, std::vector<std::string> args, int minArg
 
 TEST(CmdOptionsParse, ReportsEveryMessageOfTheWordList)
 {
-    CmdOptions& options = FreshOptions();
     testing::internal::CaptureStdout();
-    EXPECT_EQ(options.DoParseArgs({"prog"}, 1), "Need more arguments: 0 found, 1 expected");
+    EXPECT_EQ(FreshOptions().DoParseArgs({"prog"}, 1), "Need more arguments: 0 found, 1 expected");
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "prog\n");
-
-    EXPECT_EQ(Parse(FreshOptions(), {"--batch"}), "Need more arguments");
-    EXPECT_EQ(Parse(FreshOptions(), {"img", "--keepLimited", "-1"}), "Missing value for --keepLimited");
-    EXPECT_EQ(Parse(FreshOptions(), {"img", "--keepLimited"}), "Missing value for --keepLimited");
-    EXPECT_EQ(Parse(FreshOptions(), {"img", "--ini"}), "Missing value for --ini");
-    EXPECT_EQ(Parse(FreshOptions(), {"img", "--ini", "-x"}), "Missing value for --ini");
-    EXPECT_EQ(Parse(FreshOptions(), {"img", "--ini", "/no/such/missing.ini"}),
-              "Couldn't open ini file /no/such/missing.ini");
-    EXPECT_EQ(Parse(FreshOptions(), {"img", "--nosuch"}), "Unknown option --nosuch");
-    EXPECT_EQ(Parse(FreshOptions(), {"img", "-"}), "Unknown option --");
-    EXPECT_EQ(Parse(FreshOptions(), {"img", "--"}), "Unknown option --");
-    EXPECT_EQ(Parse(FreshOptions(), {"img", "--version"}), "Unknown option --version");
-    EXPECT_EQ(Parse(FreshOptions(), {"img", "--descriptor", "\"a", "b"}), "Quoted string not terminated");
-    EXPECT_EQ(Parse(FreshOptions(), {"img", "--nosuch", "-h"}), "Unknown option --nosuch");
-    EXPECT_EQ(Parse(FreshOptions(), {"-h", "--nosuch"}), "help");
-    EXPECT_EQ(Parse(FreshOptions(), {"img", "--help"}), "help");
+    const std::pair<std::vector<std::string>, const char*> cases[] = {
+        {{"--batch"}, "Need more arguments"},
+        {{"img", "--keepLimited", "-1"}, "Missing value for --keepLimited"},
+        {{"img", "--keepLimited"}, "Missing value for --keepLimited"},
+        {{"img", "--ini"}, "Missing value for --ini"},
+        {{"img", "--ini", "-x"}, "Missing value for --ini"},
+        {{"img", "--ini", "/no/such/missing.ini"}, "Couldn't open ini file /no/such/missing.ini"},
+        {{"img", "--nosuch"}, "Unknown option --nosuch"},
+        {{"img", "-"}, "Unknown option --"},
+        {{"img", "--"}, "Unknown option --"},
+        {{"img", "--version"}, "Unknown option --version"},
+        {{"img", "--descriptor", "\"a", "b"}, "Quoted string not terminated"},
+        {{"img", "--nosuch", "-h"}, "Unknown option --nosuch"},
+        {{"-h", "--nosuch"}, "help"},
+        {{"img", "--help"}, "help"}};
+    for (const auto& [args, message] : cases)
+        EXPECT_EQ(Parse(FreshOptions(), args), message);
 }
 
-TEST(CmdOptionsParse, StoresValuesFlagsAndPositionals)
+TEST(CmdOptionsParse, StoresValuesFlagsQuotesAndPositionals)
 {
     CmdOptions& options = FreshOptions();
     EXPECT_EQ(Parse(options, {"--keepLimited", "5", "img", "--batch", "file", "--keepLimited", "7", "-v", "3"}), "");
     EXPECT_EQ(options.GetString("keepLimited", "x"), "7");
     EXPECT_EQ(options.GetString("batch", "x"), "1");
-    EXPECT_EQ(options.GetString("verb", "x"), "3");
     EXPECT_EQ(options.GetString("v", "x"), "3");
     // The flag does not take the next entry: it stays positional.
     ASSERT_EQ(options.GetArgCount(), 2u);
-    EXPECT_EQ(options.GetArg(0), "img");
     EXPECT_EQ(options.GetArg(1), "file");
     testing::internal::CaptureStdout();
     EXPECT_EQ(options.GetArg(2), "");
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "CmdOptions: no argument 2\n");
     EXPECT_EQ(options.GetAllArgs().size(), 9u);
 
-    CmdOptions& second = FreshOptions();
-    EXPECT_EQ(Parse(second, {"--v", "4", "--surf-haar-size", "5", "nil", "-a-recGauss"}), "");
-    EXPECT_EQ(second.GetString("verb", ""), "4");
-    EXPECT_EQ(second.GetString("surf-haar-size", ""), "5");
-    EXPECT_EQ(second.GetString("recGauss", ""), "1");
-    EXPECT_EQ(second.GetArgFile(0), "");
-    EXPECT_EQ(second.GetArg(0), "nil");
-}
-
-TEST(CmdOptionsParse, HandlesQuotedValuesAndPositionals)
-{
-    CmdOptions& options = FreshOptions();
-    EXPECT_EQ(Parse(options, {"\"my image.jpg\"", "--descriptor", "\"rgb", "sift\"", "\"open"}), "");
+    FreshOptions(); // the same singleton, emptied
+    EXPECT_EQ(Parse(options, {"nil", "--v", "4", "--surf-haar-size", "5", "-a-recGauss", "\"my image.jpg\"",
+                              "--descriptor", "\"rgb", "sift\"", "\"open", "--data::images", "/srv/img",
+                              "--dataServer::b", "host:1"}),
+              "");
+    EXPECT_EQ(options.GetString("verb", ""), "4");
+    EXPECT_EQ(options.GetString("surf-haar-size", ""), "5");
+    EXPECT_EQ(options.GetString("recGauss", ""), "1");
+    EXPECT_EQ(options.GetArgFile(0), "");
+    EXPECT_EQ(options.GetArg(0), "nil");
     EXPECT_EQ(options.GetString("descriptor", ""), "rgb sift");
-    EXPECT_EQ(options.GetArg(0), "my image.jpg");
+    EXPECT_EQ(options.GetArg(1), "my image.jpg");
     // A leading quote without a closing one loses its last character all the same.
-    EXPECT_EQ(options.GetArg(1), "ope");
-
-    CmdOptions& twice = FreshOptions();
-    EXPECT_EQ(Parse(twice, {"img", "--descriptor", "\"\"a\"\""}), "");
-    EXPECT_EQ(twice.GetString("descriptor", ""), "a");
-
-    CmdOptions& lone = FreshOptions();
-    EXPECT_EQ(Parse(lone, {"img", "--descriptor", "\""}), "");
-    EXPECT_EQ(lone.GetString("descriptor", "x"), "");
-}
-
-TEST(CmdOptionsParse, PrefixedDataOptionsComeIntoBeing)
-{
-    CmdOptions& options = FreshOptions();
-    EXPECT_EQ(options.GetString("data::images", "absent"), "absent");
-    EXPECT_EQ(Parse(options, {"img", "--data::images", "/srv/img", "--dataServer::b", "host:1"}), "");
+    EXPECT_EQ(options.GetArg(2), "ope");
     EXPECT_EQ(options.GetString("data::images", ""), "/srv/img");
     EXPECT_EQ(options.GetString("dataServer::b", ""), "host:1");
+
+    EXPECT_EQ(Parse(options, {"img", "--descriptor", "\"\"a\"\""}), "");
+    EXPECT_EQ(options.GetString("descriptor", ""), "a");
+    EXPECT_EQ(Parse(options, {"img", "--descriptor", "\""}), "");
+    EXPECT_EQ(options.GetString("descriptor", "x"), "");
 }
 
 TEST(CmdOptionsIni, IniFileSetsKnownAndUnknownKeysBeforeTheCommandLine)
@@ -142,45 +127,38 @@ TEST(CmdOptionsIni, IniFileSetsKnownAndUnknownKeysBeforeTheCommandLine)
     EXPECT_EQ(options.GetArgCount(), 1u);
 }
 
-TEST(CmdOptionsValues, BooleanAndNumberRules)
+TEST(CmdOptionsValues, BooleanAndNumberRulesEnvironmentAndHiddenRows)
 {
+    auto boolOf = [](const char* value) {
+        FreshOptions().AddOption(0, "probe", "x", value);
+        return CmdOptions::GetInstance().GetBool("probe");
+    };
+    for (const char* value : {"1", "yes", "true", "7", "2abc"})
+        EXPECT_TRUE(boolOf(value)) << value;
+    for (const char* value : {"0", "no", "false", "off", "", "abc"})
+        EXPECT_FALSE(boolOf(value)) << value;
     CmdOptions& options = FreshOptions();
-    const char* trueValues[] = {"1", "yes", "true", "7", "2abc"};
-    const char* falseValues[] = {"0", "no", "false", "off", "", "abc"};
-    for (const char* value : trueValues)
-    {
-        ASSERT_EQ(Parse(options, {"img", "--descriptor", value}), "") << value;
-        EXPECT_TRUE(options.GetBool("descriptor")) << value;
-    }
-    for (const char* value : falseValues)
-    {
-        FreshOptions().AddOption(0, "flagProbe", "x", value);
-        EXPECT_FALSE(options.GetBool("flagProbe")) << value;
-    }
     EXPECT_FALSE(options.GetBool("no-such-option"));
     EXPECT_EQ(options.GetInt("no-such-option", 17), 17);
     EXPECT_EQ(options.GetString("no-such-option", "dflt"), "dflt");
     EXPECT_EQ(options.GetString("descriptor", "dflt"), "");
     options.AddOption(0, "number", "n", "12abc");
     EXPECT_EQ(options.GetInt("number", 5), 12);
-}
 
-TEST(CmdOptionsRegistration, EnvironmentFirstRowWinsAndHiddenRowsStayUsable)
-{
+    // The environment under the name, else in upper case; only for rows marked for it.
     setenv("LUMISKPROBE", "from-upper", 1);
-    unsetenv("lumiskprobe");
-    CmdOptions& options = FreshOptions();
+    setenv("lumiskexact", "exact", 1);
+    setenv("LUMISKEXACT", "upper", 1);
     options.AddOption(0, "lumiskprobe", "x", "dflt", nullptr, true);
+    options.AddOption(0, "lumiskexact", "x", "dflt", nullptr, true);
+    options.AddOption(0, "LUMISKPROBE", "x", "dflt", nullptr, false);
     EXPECT_EQ(options.GetString("lumiskprobe", ""), "from-upper");
-    setenv("lumiskprobe", "from-name", 1);
-    options.AddOption(0, "lumiskprobe2", "x", "dflt", nullptr, false);
-    EXPECT_EQ(options.GetString("lumiskprobe2", ""), "dflt");
-    unsetenv("lumiskprobe");
-    unsetenv("LUMISKPROBE");
+    EXPECT_EQ(options.GetString("lumiskexact", ""), "exact");
+    EXPECT_EQ(options.GetString("LUMISKPROBE", ""), "dflt");
 
+    // A second row of a name stays inert; a hidden row stays usable.
     options.AddOption(0, "keepLimited", "count", "second-row");
     EXPECT_EQ(options.GetString("keepLimited", ""), "-1");
-
     options.HideOption("keepLimited");
     options.HideOption("nosuch");
     EXPECT_EQ(Parse(options, {"img", "--keepLimited", "3"}), "");

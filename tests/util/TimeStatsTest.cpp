@@ -4,6 +4,7 @@
 
 #include <sstream>
 
+#include "support/LogCapture.h"
 #include "util/Quid.h"
 
 using Tavlin::Util::TimeStats;
@@ -22,23 +23,23 @@ TEST(TimeStatsGroups, SamplesGoToTheGroupBeingMeasured)
     EXPECT_FALSE(stats.IsMeasuring());
 
     // Past the last group the measurement goes on in the old one.
-    stats.MeasureFirst();
-    stats.MeasureNext();
-    stats.MeasureNext();
-    EXPECT_EQ(stats.GetCurrent(), 1);
-    stats.MeasureLast();
+    {
+        TestSupport::LogCapture log("Tavlin.Util.TimeStats");
+        stats.MeasureFirst();
+        stats.MeasureNext();
+        stats.MeasureNext();
+        EXPECT_EQ(stats.GetCurrent(), 1);
+        stats.MeasureLast();
+        EXPECT_EQ(log.Text(), "[SelectGroup] no group 2\n");
+    }
     EXPECT_EQ(stats.GetGroup(1).mSamples.size(), 3u);
 
-    std::ostringstream out;
+    std::ostringstream out, none;
     out << stats;
-    std::string text = out.str();
-    EXPECT_EQ(text.rfind("timestats: total = ", 0), 0u) << text;
-    EXPECT_NE(text.find(" - 2 groups\n  detector: "), std::string::npos) << text;
-    EXPECT_NE(text.find("(avg of 3 is "), std::string::npos) << text;
-
-    TimeStats empty(1);
-    std::ostringstream none;
-    empty.Print(none);
+    EXPECT_EQ(out.str().rfind("timestats: total = ", 0), 0u) << out.str();
+    EXPECT_NE(out.str().find(" - 2 groups\n  detector: "), std::string::npos) << out.str();
+    EXPECT_NE(out.str().find("(avg of 3 is "), std::string::npos) << out.str();
+    TimeStats(1).Print(none);
     EXPECT_EQ(none.str(), "timestats: total = 0 (0h0m0.00s) - 0 groups\n");
 }
 
