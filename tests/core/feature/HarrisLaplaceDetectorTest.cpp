@@ -199,4 +199,13 @@ TEST(HarrisLaplaceDetector, SortedRowsAtLaplacianScalesAndEmptyCases)
         EXPECT_EQ(detect(image.get(), 1e6)->Size(), 0);
         EXPECT_EQ(detect(tiny.get(), 0.0)->Size(), 0);
     }
+    // The colour detector reports its stages and each point it drops at the border.
+    TestSupport::LogCapture log("Core.Feature.HarrisLaplaceDetector");
+    const int rows = TablePtr(det.CHLDetector(image.get(), 1e-9, 0.06, 0.03))->Size();
+    TablePtr(det.CHLDetector(tiny.get(), 1e-9, 0.06, 0.03));
+    for (const std::string& line :
+         {std::string("\nHarris corner detector found "), std::string("\n[Timing2] HarrisCornerDetector 0h0m"),
+          "\nLaplacian scale selection left " + std::to_string(rows) + " points\n",
+          std::string("\n[Timing2] LaplacianScaleSelection0h0m"), std::string("\n   4 15 BORDER CLOSENESS REJECT\n")})
+        EXPECT_NE(log.Text().find(line), std::string::npos) << line;
 }
