@@ -433,7 +433,7 @@ PointDescriptorTable* HarrisLaplaceDetector::CHLDetector(Array2dVec3UInt8* image
     laplacianScaleSelection(table, colour.get(), points, laplaceThreshold);
     FreePoints(points);
     TLOG_INFO(sLog, "Laplacian scale selection left " << table->Size() << " points");
-    TLOG_DEBUG(sLog, "[Timing2] LaplacianScaleSelection " << Timer::Format(timer.SplitTime()));
+    TLOG_DEBUG(sLog, "[Timing2] LaplacianScaleSelection" << Timer::Format(timer.SplitTime()));
     Table::SortOnColumn5(table, false);
     return table;
 }

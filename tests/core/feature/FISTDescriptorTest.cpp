@@ -19,11 +19,17 @@ namespace
 {
 
 typedef Tavlin::Core::Feature::FISTDescriptor<4, 8> Fist;
+typedef std::unique_ptr<Array2dReal64> PlanePtr;
 typedef std::vector<std::pair<int, double>> Entries;
 const double kTurn = 6.283185308;
 const double kQuarter = std::acos(-1.0) / 2;
 
 int Element(int row, int column, int orientation) { return (row * 4 + column) * 8 + orientation; }
+
+PlanePtr Plane(long long w, long long h, std::function<double(long long, long long)> f)
+{
+    return PlanePtr(MakePlane(w, h, 0, f));
+}
 
 // Grid rows r, r + 1, columns c (weight w0) and c + 1 (weight w1), bins o and o + 1
 // (wrapping); cells outside the grid are left out.
@@ -38,28 +44,20 @@ Entries Block(int r, int c, int o, double w0, double w1)
     return e;
 }
 
-struct Planes
-{
-    std::unique_ptr<Array2dReal64> magnitude;
-    std::unique_ptr<Array2dReal64> angle;
-};
+typedef std::pair<PlanePtr, PlanePtr> Planes; // magnitude, angle
 
 // Magnitude zero everywhere except `value` at (x, 20), whose angle is `angle`.
 Planes OnePixel(long long x, double value, double angle)
 {
-    Planes p{std::unique_ptr<Array2dReal64>(MakePlane(41, 41, 2, [](long long, long long) { return 0.0; })),
-             std::unique_ptr<Array2dReal64>(MakePlane(41, 41, 0, [](long long, long long) { return 0.0; }))};
-    *p.magnitude->PixelPtr(x, 20) = value;
-    *p.angle->PixelPtr(x, 20) = angle;
-    return p;
+    return {Plane(41, 41, [=](long long px, long long py) { return px == x && py == 20 ? value : 0.0; }),
+            Plane(41, 41, [=](long long px, long long py) { return px == x && py == 20 ? angle : 0.0; })};
 }
 
-// The histogram of a point at (x, y) of scale 1 (unless given) and `orientation`.
 std::vector<double> Sample(Fist& fist, const Planes& p, double x, double orientation, double y = 20,
                            double scale = 1.0)
 {
     std::vector<double> row(128, 0.0);
-    fist.InternalSample(row.data(), p.magnitude.get(), p.angle.get(), scale, y, x, orientation);
+    fist.InternalSample(row.data(), p.first.get(), p.second.get(), scale, y, x, orientation);
     return row;
 }
 
@@ -110,25 +108,17 @@ TEST(FISTDescriptorSample, SpreadsOnePixelOverNeighbouringBins)
     // Without the window the pixel weighs its magnitude only.
     fist.mNoGaussianWeight = true;
     ExpectOnly(Sample(fist, right, 20, 0.0), Block(1, 2, 0, 0.25, 0.25));
-}
 
-TEST(FISTDescriptorSample, CornerPointSamplesOnlyInsideTheImage)
-{
-    Fist fist;
-    Planes p{std::unique_ptr<Array2dReal64>(MakePlane(30, 30, 0, [](long long, long long) { return 1.0; })),
-             std::unique_ptr<Array2dReal64>(MakePlane(30, 30, 0, [](long long, long long) { return 0.0; }))};
-    // At (0, 0) grid row 0 and column 0 lie outside; at (29, 29) the last row and column.
+    // A point at an image corner samples only pixels inside: at (0, 0) grid row 0 and
+    // column 0 stay empty, at (29, 29) row 3 and column 3; all else gets bin 0.
+    Planes flat{Plane(30, 30, [](long long, long long) { return 1.0; }),
+                Plane(30, 30, [](long long, long long) { return 0.0; })};
     for (int corner : {0, 29})
     {
-        std::vector<double> row = Sample(fist, p, corner, 0.0, corner, 2.0);
+        std::vector<double> row = Sample(fist, flat, corner, 0.0, corner, 2.0);
         const int outside = corner == 0 ? 0 : 3;
-        for (int r = 0; r < 4; ++r)
-            for (int c = 0; c < 4; ++c)
-                for (int o = 0; o < 8; ++o)
-                {
-                    const bool filled = o == 0 && r != outside && c != outside;
-                    EXPECT_EQ(row[Element(r, c, o)] > 0.0, filled) << corner << ": " << r << " " << c << " " << o;
-                }
+        for (int k = 0; k < 128; ++k)
+            EXPECT_EQ(row[k] > 0.0, k % 8 == 0 && k / 32 != outside && k / 8 % 4 != outside) << corner << " " << k;
     }
 }
 
@@ -151,45 +141,37 @@ TEST(FISTDescriptorNormalise, ClipsRenormalisesAndQuantises)
         {0, 512, {0.1, 0.3}, {51.0, 102.0}},        // no norm; 0.3 clipped, no renormalisation
         {-1, 100, {0.0, 0.0, 9.0}, {0.0, 0.0, 100.0}},
     };
-    for (size_t i = 0; i < sizeof(cases) / sizeof(cases[0]); ++i)
+    for (const auto& c : cases)
     {
-        const auto& c = cases[i];
         Fist fist;
         fist.mCustomNorm = c.norm;
         fist.mOutputScale = c.scale;
         std::vector<double> row = c.in;
         row.resize(128, 0.0);
         fist.Normalise(row.data());
-        EXPECT_EQ(std::vector<double>(row.begin(), row.begin() + c.out.size()), c.out) << "case " << i;
-        for (size_t k = std::max<size_t>(c.in.size(), c.out.size()); k < 128; ++k)
-            EXPECT_EQ(row[k], 0.0);
+        std::vector<double> want = c.out;
+        want.resize(128, 0.0);
+        EXPECT_EQ(row, want) << "norm " << c.norm;
     }
-    // All equal: 1/sqrt(128) x 512 = 45.25, not clipped.
-    Fist fist;
-    std::vector<double> flat(128, 7.0);
-    fist.Normalise(flat.data());
-    EXPECT_EQ(flat, std::vector<double>(128, 45.0));
 }
 
-TEST(FISTDescriptorLadder, AssignsScalesToLevels)
+TEST(FISTDescriptorLadder, AssignsScalesToLevelsAndFiltersAtTheLevelScale)
 {
     EXPECT_EQ(Fist::sScaleLadder[0], 1.00794);
     EXPECT_EQ(Fist::sScaleLadder[17], 51.2);
     EXPECT_EQ(Fist::sScaleLadder[18], -1.0);
     for (int i = 0; i + 1 < 18; ++i)
-        EXPECT_NEAR(Fist::sScaleLadder[i + 1] / Fist::sScaleLadder[i], std::pow(2.0, 1.0 / 3.0), 2e-5);
-    const std::pair<double, int> levels[] = {{0.3, 0},     {1.0, 0},      {1.2699, 0}, {1.26992, 1}, {1.6, 2},
+        EXPECT_NEAR(Fist::sScaleLadder[i + 1] / Fist::sScaleLadder[i], std::cbrt(2.0), 2e-5);
+    const std::pair<double, int> levels[] = {{0.3, 0},      {1.0, 0},     {1.2699, 0}, {1.26992, 1}, {1.6, 2},
                                              {40.6375, 16}, {51.19, 16}, {51.2, -1},  {400.0, -1}};
     for (const auto& l : levels)
         EXPECT_EQ(Fist::LevelOfScale(l.first), l.second) << l.first;
-}
 
-TEST(FISTDescriptorLadder, LevelGradientsUseTheLadderScale)
-{
-    // Small values keep every bin below the clipping level; no norm and a large output
-    // scale then show the raw histogram.
-    std::unique_ptr<Array2dReal64> channel(MakePlane(
-        48, 48, 0, [](long long x, long long y) { return 1e-3 * (std::sin(0.7 * x) + std::cos(0.45 * y + 0.2 * x)); }));
+    // Each row equals a point sampled on gradients made here at its level's scale. Small
+    // values, no norm and a large output scale show the raw histogram.
+    PlanePtr channel = Plane(48, 48, [](long long x, long long y) {
+        return 1e-3 * (std::sin(0.7 * x) + std::cos(0.45 * y + 0.2 * x));
+    });
     auto table = Points({{20, 22, 1.0}, {25, 24, 1.26992}, {24, 24, 30.0}, {24, 24, 51.2}});
     Fist fist;
     fist.mCustomNorm = 0;
@@ -197,19 +179,13 @@ TEST(FISTDescriptorLadder, LevelGradientsUseTheLadderScale)
     std::unique_ptr<Array2dReal64> result(fist.DoCalculateFISTDescriptors(channel.get(), table.get()));
     ASSERT_EQ(result->mWidth, 128);
     ASSERT_EQ(result->mHeight, 4);
-
-    // Point k sampled on gradient planes made here at `sigma`.
     auto reference = [&](double sigma, int k) {
         Array2dReal64* dx = nullptr;
         Array2dReal64* dy = nullptr;
         Tavlin::Core::Array::RecGauss(dx, channel.get(), sigma, sigma, 1, 0, 3);
         Tavlin::Core::Array::RecGauss(dy, channel.get(), sigma, sigma, 0, 1, 3);
-        Planes g{std::unique_ptr<Array2dReal64>(MakePlane(48, 48, 0, [&](long long x, long long y) {
-                     return std::hypot(*dx->PixelPtr(x, y), *dy->PixelPtr(x, y));
-                 })),
-                 std::unique_ptr<Array2dReal64>(MakePlane(48, 48, 0, [&](long long x, long long y) {
-                     return -std::atan2(*dy->PixelPtr(x, y), *dx->PixelPtr(x, y));
-                 }))};
+        Planes g{Plane(48, 48, [&](long long x, long long y) { return std::hypot(*dx->PixelPtr(x, y), *dy->PixelPtr(x, y)); }),
+                 Plane(48, 48, [&](long long x, long long y) { return -std::atan2(*dy->PixelPtr(x, y), *dx->PixelPtr(x, y)); })};
         delete dx;
         delete dy;
         std::vector<double> row = Sample(fist, g, table->X()[k], 0.0, table->Y()[k], table->Scale()[k]);
@@ -230,39 +206,31 @@ TEST(FISTDescriptorImage, OrientedEdgesLandInTheirOrientationBinsAndFlatGivesZer
 {
     Fist fist;
     auto step = [](bool vertical, double low, double high) {
-        return std::unique_ptr<Array2dReal64>(MakePlane(
-            64, 64, 0, [=](long long x, long long y) { return (vertical ? x : y) < 32 ? low : high; }));
+        return Plane(64, 64, [=](long long x, long long y) { return (vertical ? x : y) < 32 ? low : high; });
     };
     // Dark left: gradient along +x, bin 0. Bright below (y grows downwards): angle
-    // -pi/2, bin 6; bright above: bin 2. Flat: nothing.
-    auto vertical = step(true, 10, 200);
-    auto below = step(false, 10, 200);
-    auto above = step(false, 200, 10);
-    auto flat = step(true, 93, 93);
-    // The second point turns the grid a quarter: the vertical edge then reads as bin 6.
+    // -pi/2, bin 6; bright above: bin 2. Flat: nothing. The second point turns the grid
+    // a quarter: the vertical edge then reads as bin 6.
+    PlanePtr planes[] = {step(true, 10, 200), step(false, 10, 200), step(false, 200, 10), step(true, 93, 93)};
+    const int bins[4][3] = {{0, 6, 0}, {6, 4, 6}, {2, 0, 2}, {-1, -1, -1}};
     auto table = Points({{32, 32, 2.0}, {32, 32, 2.0, kQuarter}, {31.6, 30.2, 3.5}});
-    const struct
+    for (int c = 0; c < 4; ++c)
     {
-        Array2dReal64* channel;
-        int bins[3];
-    } cases[] = {{vertical.get(), {0, 6, 0}}, {below.get(), {6, 4, 6}}, {above.get(), {2, 0, 2}},
-                 {flat.get(), {-1, -1, -1}}};
-    for (const auto& c : cases)
-    {
-        std::unique_ptr<Array2dReal64> result(fist.DoCalculateFISTDescriptors(c.channel, table.get()));
+        std::unique_ptr<Array2dReal64> result(fist.DoCalculateFISTDescriptors(planes[c].get(), table.get()));
         for (int k = 0; k < 3; ++k)
         {
             std::vector<double> mass(8, 0.0);
             for (int v = 0; v < 128; ++v)
                 mass[v % 8] += result->mData[k * 128 + v];
             // The recursive derivative rings a little, so the opposite bin may hold a trace.
-            const double dominant = c.bins[k] < 0 ? 0.0 : mass[c.bins[k]];
-            EXPECT_GE(dominant, c.bins[k] < 0 ? 0.0 : 512.0);
+            const int bin = bins[c][k];
+            const double dominant = bin < 0 ? 0.0 : mass[bin];
+            EXPECT_GE(dominant, bin < 0 ? 0.0 : 512.0);
             for (int o = 0; o < 8; ++o)
-                EXPECT_TRUE(o == c.bins[k] || mass[o] <= 0.02 * dominant) << "point " << k << " bin " << o;
+                EXPECT_TRUE(o == bin || mass[o] <= 0.02 * dominant) << c << " point " << k << " bin " << o;
         }
     }
-    std::unique_ptr<Array2dReal64> none(fist.DoCalculateFISTDescriptors(flat.get(), Points({}).get()));
+    std::unique_ptr<Array2dReal64> none(fist.DoCalculateFISTDescriptors(planes[3].get(), Points({}).get()));
     EXPECT_EQ(none->mWidth, 128);
     EXPECT_EQ(none->mHeight, 0);
 }

@@ -35,20 +35,6 @@ bool HasRowAt(const PointDescriptorTable& table, double x, double y)
     return false;
 }
 
-// Every row inside the border rule, cornerness descending, each (x, y, scale) once.
-void ExpectTableRules(const PointDescriptorTable& table, long long width, long long height)
-{
-    for (int i = 0; i < table.Size(); ++i)
-    {
-        EXPECT_TRUE(table.X()[i] >= 4.0 && table.X()[i] < width - 4.0) << table.X()[i];
-        EXPECT_TRUE(table.Y()[i] >= 4.0 && table.Y()[i] < height - 4.0) << table.Y()[i];
-        EXPECT_TRUE(i == 0 || table.Cornerness()[i - 1] >= table.Cornerness()[i]) << i;
-        for (int j = 0; j < i; ++j)
-            EXPECT_FALSE(table.X()[i] == table.X()[j] && table.Y()[i] == table.Y()[j] &&
-                         table.Scale()[i] == table.Scale()[j]);
-    }
-}
-
 } // namespace
 
 TEST(HarrisCornerness, PeaksAtTheCornerOnBothFilterPaths)
@@ -151,52 +137,55 @@ TEST(HarrisLaplaceScaleSelection, WindowStrictPeaksAndOneRowPerPixelAndLevel)
         }
         ASSERT_EQ(offTable.Size(), 1);
         EXPECT_EQ(offTable.Scale()[0], LaplacianScale(10));
-
-        // No response above the threshold: no rows.
-        PointDescriptorTable high(FeatureDefinition(""));
-        det.laplacianScaleSelection(&high, grey.get(), points.p, 1e6);
-        EXPECT_EQ(high.Size(), 0);
     }
 }
 
-TEST(HarrisLaplaceDetector, BorderRuleKeepsFourAndDropsWidthMinusFour)
+TEST(HarrisLaplaceDetector, SortedRowsAtLaplacianScalesBorderRuleAndEmptyCases)
 {
-    const long long w = 48;
-    const long long h = 40;
-    std::unique_ptr<Array2dVec3UInt8> image(MakeBlobs8(w, h, {{4.0, 20.0}, {w - 4.0, 20.0}}, 1.3));
-    for (bool rec : {false, true})
-    {
-        TablePtr table(HarrisLaplaceDetector(5.0, 3.0, rec, false).HLDetector(image.get(), 1e-9, 0.06, 0.0));
-        EXPECT_TRUE(HasRowAt(*table, 4.0, 20.0));
-        EXPECT_FALSE(HasRowAt(*table, w - 4.0, 20.0));
-        ExpectTableRules(*table, w, h);
-    }
-}
-
-TEST(HarrisLaplaceDetector, SortedRowsAtLaplacianScalesAndEmptyCases)
-{
+    // Blobs on x = 4 (kept) and x = W - 4 (dropped) besides those inside.
     std::unique_ptr<Array2dVec3UInt8> image(
-        MakeBlobs8(96, 80, {{20.0, 20.0}, {60.0, 30.0}, {40.0, 60.0}, {75.0, 65.0}}, 2.5));
+        MakeBlobs8(96, 80, {{20.0, 20.0}, {60.0, 30.0}, {40.0, 60.0}, {75.0, 65.0}, {4.0, 45.0}, {92.0, 45.0}}, 1.3));
     // Below 9 pixels on a side the border rule leaves nothing.
     std::unique_ptr<Array2dVec3UInt8> tiny(MakeBlobs8(8, 30, {{4.0, 15.0}}, 1.0));
     HarrisLaplaceDetector det(5.0, 3.0, false, false);
-    for (bool colour : {false, true})
+    for (int mode = 0; mode < 3; ++mode) // grey, grey on the recursive path, colour
     {
+        const bool colour = mode == 2;
+        det.mRecGauss = mode == 1;
         auto detect = [&](Array2dVec3UInt8* in, double laplaceThreshold) {
             return TablePtr(colour ? det.CHLDetector(in, 1e-9, 0.06, laplaceThreshold)
                                    : det.HLDetector(in, 1e-9, 0.06, laplaceThreshold));
         };
         TablePtr table = detect(image.get(), 0.03);
         ASSERT_GT(table->Size(), colour ? 0 : 3);
-        ExpectTableRules(*table, 96, 80);
-        // The scale is one of the Laplacian levels 1 to 19.
+        EXPECT_TRUE(colour || HasRowAt(*table, 4.0, 45.0)) << mode;
+        EXPECT_FALSE(HasRowAt(*table, 92.0, 45.0)) << mode;
+        // Rows inside the border rule, cornerness descending, each (x, y, scale) once, the
+        // scale one of the Laplacian levels 1 to 19.
+        const double* x = table->X();
+        const double* y = table->Y();
+        const double* scale = table->Scale();
         for (int i = 0; i < table->Size(); ++i)
         {
-            const long n = std::lround(std::log(table->Scale()[i] / 0.75) / std::log(1.189207115002721));
-            EXPECT_EQ(table->Scale()[i], LaplacianScale(n));
+            EXPECT_TRUE(x[i] >= 4.0 && x[i] < 92.0 && y[i] >= 4.0 && y[i] < 76.0) << x[i] << " " << y[i];
+            EXPECT_TRUE(i == 0 || table->Cornerness()[i - 1] >= table->Cornerness()[i]) << i;
+            for (int j = 0; j < i; ++j)
+                EXPECT_FALSE(x[i] == x[j] && y[i] == y[j] && scale[i] == scale[j]);
+            const long n = std::lround(std::log(scale[i] / 0.75) / std::log(1.189207115002721));
+            EXPECT_EQ(scale[i], LaplacianScale(n));
             EXPECT_TRUE(n >= 1 && n <= 19) << n;
         }
         EXPECT_EQ(detect(image.get(), 1e6)->Size(), 0);
         EXPECT_EQ(detect(tiny.get(), 0.0)->Size(), 0);
     }
+    det.mRecGauss = false;
+    // The colour detector reports its stages and each point it drops at the border.
+    TestSupport::LogCapture log("Core.Feature.HarrisLaplaceDetector");
+    const int rows = TablePtr(det.CHLDetector(image.get(), 1e-9, 0.06, 0.03))->Size();
+    TablePtr(det.CHLDetector(tiny.get(), 1e-9, 0.06, 0.03));
+    for (const std::string& line :
+         {std::string("\nHarris corner detector found "), std::string("\n[Timing2] HarrisCornerDetector 0h0m"),
+          "\nLaplacian scale selection left " + std::to_string(rows) + " points\n",
+          std::string("\n[Timing2] LaplacianScaleSelection0h0m"), std::string("\n   4 15 BORDER CLOSENESS REJECT\n")})
+        EXPECT_NE(log.Text().find(line), std::string::npos) << line;
 }
