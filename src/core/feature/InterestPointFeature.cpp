@@ -362,7 +362,10 @@ PointDescriptorTable* InterestPointFeature::ApplyDetector(Array::Array2dVec3UInt
 void InterestPointFeature::ComputeDescriptors(PointDescriptorTable*& table, Array::Array2dVec3UInt8* image,
                                               std::string descriptor)
 {
-    if (StringEndsWith(descriptor, "fist") || StringEndsWith(descriptor, "sift"))
+    // "huesift" joins a hue histogram to SIFT; without the region descriptors it must not
+    // quietly run as a SIFT of the unknown colour model "hue".
+    const bool combined = descriptor == "huesift" || descriptor == "huefist";
+    if (!combined && (StringEndsWith(descriptor, "fist") || StringEndsWith(descriptor, "sift")))
     {
         CalculateFISTDescriptors(image, table, descriptor);
         return;
