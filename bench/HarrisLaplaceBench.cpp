@@ -19,8 +19,8 @@
 
 #include "core/array/ArrayFactories.h"
 #include "core/array/ReadJpgFromMemory.h"
-#include "core/feature/HarrisLaplaceDetector.h"
-#include "core/feature/LaplacianDetector.h"
+#include "core/feature/detector/HarrisLaplaceDetector.h"
+#include "core/feature/detector/LaplacianDetector.h"
 
 using namespace Tavlin::Core::Array;
 using namespace Tavlin::Core::Feature;

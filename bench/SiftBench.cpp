@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "core/array/ReadJpgFromMemory.h"
-#include "core/feature/CalculateFISTDescriptors.h"
+#include "core/feature/descriptor/CalculateFISTDescriptors.h"
 
 using namespace Tavlin::Core;
 

@@ -1,8 +1,8 @@
 // The detectors that place points on a regular grid from the image's size alone:
 // the staggered "densesampling" grid, the plain "dense" grid and "denseall", every
 // pixel. Each grid position gets one row per scale, in the order of the scale list.
-#ifndef TAVLIN_CORE_FEATURE_DENSEDETECTORS_H
-#define TAVLIN_CORE_FEATURE_DENSEDETECTORS_H
+#ifndef TAVLIN_CORE_FEATURE_DETECTOR_DENSEDETECTORS_H
+#define TAVLIN_CORE_FEATURE_DETECTOR_DENSEDETECTORS_H
 
 #include <vector>
 

@@ -1,4 +1,4 @@
-#include "core/feature/GetColorChannels.h"
+#include "core/feature/descriptor/GetColorChannels.h"
 
 #include <cmath>
 #include <cstdlib>

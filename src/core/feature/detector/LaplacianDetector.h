@@ -2,8 +2,8 @@
 // the range 0 to 255, with the response normalised by the first power of sigma.
 // LaplacianDetector prepares the grey plane and sorts the result; LaplacianDetection
 // finds the extrema of a plane.
-#ifndef TAVLIN_CORE_FEATURE_LAPLACIANDETECTOR_H
-#define TAVLIN_CORE_FEATURE_LAPLACIANDETECTOR_H
+#ifndef TAVLIN_CORE_FEATURE_DETECTOR_LAPLACIANDETECTOR_H
+#define TAVLIN_CORE_FEATURE_DETECTOR_LAPLACIANDETECTOR_H
 
 #include "core/array/Array2dTem.h"
 #include "core/feature/PointDescriptorTable.h"

@@ -1,4 +1,4 @@
-#include "core/feature/HarrisLaplaceDetector.h"
+#include "core/feature/detector/HarrisLaplaceDetector.h"
 
 #include <cmath>
 #include <memory>

@@ -5,8 +5,8 @@
 // integer quantisation. Gradients come from a fixed ladder of smoothing scales, one
 // filtering per ladder level that holds points, shared by all of that level's points.
 // The system uses FISTDescriptor<4, 8> only: 128 values per point.
-#ifndef TAVLIN_CORE_FEATURE_FISTDESCRIPTOR_H
-#define TAVLIN_CORE_FEATURE_FISTDESCRIPTOR_H
+#ifndef TAVLIN_CORE_FEATURE_DESCRIPTOR_FISTDESCRIPTOR_H
+#define TAVLIN_CORE_FEATURE_DESCRIPTOR_FISTDESCRIPTOR_H
 
 #include <cstdint>
 #include <vector>

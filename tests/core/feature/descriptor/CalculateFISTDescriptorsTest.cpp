@@ -1,4 +1,4 @@
-#include "core/feature/CalculateFISTDescriptors.h"
+#include "core/feature/descriptor/CalculateFISTDescriptors.h"
 
 #include <gtest/gtest.h>
 
@@ -7,8 +7,8 @@
 #include <memory>
 #include <vector>
 
-#include "core/feature/FISTDescriptor.h"
-#include "core/feature/GetColorChannels.h"
+#include "core/feature/descriptor/FISTDescriptor.h"
+#include "core/feature/descriptor/GetColorChannels.h"
 #include "support/LogCapture.h"
 #include "support/SyntheticImage.h"
 #include "support/TestSupport.h"

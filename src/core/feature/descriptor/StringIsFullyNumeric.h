@@ -1,7 +1,7 @@
 // The digit test used when descriptor names carry a number at their end, such as the
 // norm exponent in "rgbn1sift".
-#ifndef TAVLIN_CORE_FEATURE_STRINGISFULLYNUMERIC_H
-#define TAVLIN_CORE_FEATURE_STRINGISFULLYNUMERIC_H
+#ifndef TAVLIN_CORE_FEATURE_DESCRIPTOR_STRINGISFULLYNUMERIC_H
+#define TAVLIN_CORE_FEATURE_DESCRIPTOR_STRINGISFULLYNUMERIC_H
 
 #include <string>
 

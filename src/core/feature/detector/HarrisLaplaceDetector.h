@@ -3,8 +3,8 @@
 // which the scale-normalised Laplacian peaks. HLDetector works on the grey image,
 // CHLDetector on an opponent-colour image. The detector object holds only the filter
 // configuration; every call works on its own data.
-#ifndef TAVLIN_CORE_FEATURE_HARRISLAPLACEDETECTOR_H
-#define TAVLIN_CORE_FEATURE_HARRISLAPLACEDETECTOR_H
+#ifndef TAVLIN_CORE_FEATURE_DETECTOR_HARRISLAPLACEDETECTOR_H
+#define TAVLIN_CORE_FEATURE_DETECTOR_HARRISLAPLACEDETECTOR_H
 
 #include <iterator>
 #include <vector>

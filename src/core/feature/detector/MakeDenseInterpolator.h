@@ -1,8 +1,8 @@
 // The one-dimensional pooling operator of the dense descriptors: a matrix that maps an
 // axis of pixels to its grid cells with triangle weights, edge cells with a clipped
 // kernel. A plane multiplied by it on both sides is the whole spatial pooling.
-#ifndef TAVLIN_CORE_FEATURE_MAKEDENSEINTERPOLATOR_H
-#define TAVLIN_CORE_FEATURE_MAKEDENSEINTERPOLATOR_H
+#ifndef TAVLIN_CORE_FEATURE_DETECTOR_MAKEDENSEINTERPOLATOR_H
+#define TAVLIN_CORE_FEATURE_DETECTOR_MAKEDENSEINTERPOLATOR_H
 
 #include "core/array/Array2dTem.h"
 

@@ -1,11 +1,11 @@
-#include "core/feature/DenseDetectors.h"
+#include "core/feature/detector/DenseDetectors.h"
 
 #include <gtest/gtest.h>
 
 #include <memory>
 #include <vector>
 
-#include "core/feature/MakeDenseInterpolator.h"
+#include "core/feature/detector/MakeDenseInterpolator.h"
 
 using namespace Tavlin::Core;
 using Array::Array2dReal64;

@@ -1,4 +1,4 @@
-#include "core/feature/FISTDescriptor.h"
+#include "core/feature/descriptor/FISTDescriptor.h"
 
 #include <gtest/gtest.h>
 

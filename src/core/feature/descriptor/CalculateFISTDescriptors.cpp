@@ -1,4 +1,4 @@
-#include "core/feature/CalculateFISTDescriptors.h"
+#include "core/feature/descriptor/CalculateFISTDescriptors.h"
 
 #include <cmath>
 #include <memory>
@@ -7,10 +7,10 @@
 #include "basis/Report.h"
 #include "basis/String.h"
 #include "core/array/sRGB2RGB.h"
-#include "core/feature/FISTDescriptor.h"
+#include "core/feature/descriptor/FISTDescriptor.h"
 #include "core/feature/FeatureImageTypes.h"
-#include "core/feature/GetColorChannels.h"
-#include "core/feature/StringIsFullyNumeric.h"
+#include "core/feature/descriptor/GetColorChannels.h"
+#include "core/feature/descriptor/StringIsFullyNumeric.h"
 #include "core/matrix/MatConcatenateHorizontal.h"
 
 namespace Tavlin

@@ -1,4 +1,4 @@
-#include "core/feature/StringIsFullyNumeric.h"
+#include "core/feature/descriptor/StringIsFullyNumeric.h"
 
 #include <gtest/gtest.h>
 

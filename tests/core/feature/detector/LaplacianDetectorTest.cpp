@@ -1,4 +1,4 @@
-#include "core/feature/LaplacianDetector.h"
+#include "core/feature/detector/LaplacianDetector.h"
 
 #include <gtest/gtest.h>
 

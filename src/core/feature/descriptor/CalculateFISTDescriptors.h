@@ -3,8 +3,8 @@
 // exponent written as "n<digit>" or "n<two digits>" before the suffix ("rgbn1sift").
 // Each colour channel gets a FISTDescriptor<4, 8> of 128 values at every point; the
 // channels are joined side by side into the table's descriptor store.
-#ifndef TAVLIN_CORE_FEATURE_CALCULATEFISTDESCRIPTORS_H
-#define TAVLIN_CORE_FEATURE_CALCULATEFISTDESCRIPTORS_H
+#ifndef TAVLIN_CORE_FEATURE_DESCRIPTOR_CALCULATEFISTDESCRIPTORS_H
+#define TAVLIN_CORE_FEATURE_DESCRIPTOR_CALCULATEFISTDESCRIPTORS_H
 
 #include <string>
 

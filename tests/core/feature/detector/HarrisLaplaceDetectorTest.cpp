@@ -1,4 +1,4 @@
-#include "core/feature/HarrisLaplaceDetector.h"
+#include "core/feature/detector/HarrisLaplaceDetector.h"
 
 #include <gtest/gtest.h>
 

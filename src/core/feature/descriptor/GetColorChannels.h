@@ -3,8 +3,8 @@
 // "hsv", "rgb", "transformedcolor", ..., and the tunable "tunergb..." and
 // "tunechan-..." forms). The number and order of the planes are part of the
 // descriptor layout.
-#ifndef TAVLIN_CORE_FEATURE_GETCOLORCHANNELS_H
-#define TAVLIN_CORE_FEATURE_GETCOLORCHANNELS_H
+#ifndef TAVLIN_CORE_FEATURE_DESCRIPTOR_GETCOLORCHANNELS_H
+#define TAVLIN_CORE_FEATURE_DESCRIPTOR_GETCOLORCHANNELS_H
 
 #include <string>
 #include <vector>

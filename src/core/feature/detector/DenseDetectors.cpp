@@ -1,4 +1,4 @@
-#include "core/feature/DenseDetectors.h"
+#include "core/feature/detector/DenseDetectors.h"
 
 #include "basis/Report.h"
 

@@ -1,4 +1,4 @@
-#include "core/feature/MakeDenseInterpolator.h"
+#include "core/feature/detector/MakeDenseInterpolator.h"
 
 #include <memory>
 #include <vector>
