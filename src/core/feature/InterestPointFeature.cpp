@@ -362,17 +362,29 @@ PointDescriptorTable* InterestPointFeature::ApplyDetector(Array::Array2dVec3UInt
 void InterestPointFeature::ComputeDescriptors(PointDescriptorTable*& table, Array::Array2dVec3UInt8* image,
                                               std::string descriptor)
 {
-    // "huesift" joins a hue histogram to SIFT; without the region descriptors it must not
+    // The first rule that matches decides; each family has its own block below.
+
+    // Hue histogram joined to SIFT. Until the hue histogram exists these names must not
     // quietly run as a SIFT of the unknown colour model "hue".
     const bool combined = descriptor == "huesift" || descriptor == "huefist";
+
+    // Sparse SIFT family at the detector's points.
     if (!combined && (StringEndsWith(descriptor, "fist") || StringEndsWith(descriptor, "sift")))
     {
         CalculateFISTDescriptors(image, table, descriptor);
         return;
     }
+
+    // VIFT frame.
+
+    // SURF on its own grid.
+
+    // Dense SIFT on its own grids.
+
     if (descriptor == "none")
         return;
-    // Names of no other family end here, as unknown region descriptors do.
+
+    // Region descriptors; names of no other family end here as unknown.
     std::cerr << "[ERROR] Invalid descriptor name: " << descriptor << std::endl;
     throw "Invalid descriptor name";
 }
