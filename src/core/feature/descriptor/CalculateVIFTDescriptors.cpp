@@ -9,6 +9,7 @@
 #include "basis/Report.h"
 #include "basis/String.h"
 #include "basis/Timer.h"
+#include "core/array/ScaleAntialiased.h"
 #include "core/column/Copy.h"
 #include "core/feature/descriptor/GetColorChannels.h"
 #include "core/feature/descriptor/JoinChannelDescriptors.h"
@@ -161,8 +162,14 @@ PointDescriptorTable* CalculateVIFTDescriptors(Array2dVec3UInt8* image, std::str
         }
         else
         {
-            // The remaining levels would be smaller still.
-            break;
+            const long long width = static_cast<long long>(image->mWidth * f);
+            const long long height = static_cast<long long>(image->mHeight * f);
+            // An image scaled to nothing has no points, nor have the levels below it.
+            if (width < 1 || height < 1)
+                break;
+            Array2dVec3Real64* raw = nullptr;
+            Array::ScaleAntialiased(raw, image, width, height);
+            scaled.reset(raw);
         }
         std::unique_ptr<PointDescriptorTable> one(CalculateVIFTDescriptors(scaled.get(), name, spacing));
         scaled.reset();
