@@ -14,6 +14,8 @@
 #include "core/array/MakeRoi.h"
 #include "core/feature/DrawRegions.h"
 #include "core/feature/descriptor/CalculateFISTDescriptors.h"
+#include "core/feature/descriptor/CalculateSurfDescriptors.h"
+#include "core/feature/descriptor/CalculateVIFTDescriptors.h"
 #include "core/feature/detector/DenseDetectors.h"
 #include "core/feature/FeatureTable.h"
 #include "core/feature/detector/HarrisLaplaceDetector.h"
@@ -237,6 +239,9 @@ bool InterestPointFeature::FindInterestPoints(Array::Array2dVec3UInt8* image, Qu
             delete raw;
             throw;
         }
+        // A descriptor that failed has reported and left no table: the image fails.
+        if (!raw)
+            return false;
         table.reset(raw);
         TLOG_DEBUG(sLog, "[Timing] Descriptors finished at " << timer.SplitTimeStr());
 
@@ -385,9 +390,29 @@ void InterestPointFeature::ComputeDescriptors(PointDescriptorTable*& table, Arra
         return;
     }
 
-    // VIFT frame.
+    // VIFT frame. It places its own points; without a kernel it fails the image.
+    const FeatureDefinition vift(descriptor);
+    const std::string& viftName = vift.name;
+    if (StringEndsWith(viftName, "vift") ||
+        (viftName.size() > 4 && viftName.compare(viftName.size() - 5, 4, "vift") == 0))
+    {
+        delete table;
+        const int spacing = atoi(vift.GetParameter("ds", "8"));
+        TLOG_DEBUG(sLog, "VIFT spacing " << spacing);
+        table = CalculateVIFTDescriptors(image, viftName, spacing, 5);
+        return;
+    }
 
-    // SURF on its own grid.
+    // SURF on its own grid. Sizes it cannot work with fail the image.
+    if (StringEndsWith(descriptor, "surf"))
+    {
+        if (!CalculateSurfDescriptors(image, table, descriptor, mSurfHaarSize, mSurfSubregionSize, mSurfSpaciality))
+        {
+            delete table;
+            table = nullptr;
+        }
+        return;
+    }
 
     // Dense SIFT on its own grids.
 
