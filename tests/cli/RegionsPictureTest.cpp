@@ -100,7 +100,8 @@ TEST(RegionsPicture, DefaultRunDrawsOnlyWithinTheCirclesOfItsPoints)
     ASSERT_TRUE(none);
     EXPECT_TRUE(SameRgb(none.get(), input));
 
-    // Drawn before the descriptors and the thinning: all points show.
+    // Drawn before the descriptors and the thinning: all points show, also when SURF
+    // replaces them by its own grid.
     const std::vector<std::string> dense{"photo.png", "--detector", "densesampling", "--noRandomizeSeed"};
     auto with = [&](std::vector<std::string> more) {
         more.insert(more.begin(), dense.begin(), dense.end());
@@ -109,6 +110,8 @@ TEST(RegionsPicture, DefaultRunDrawsOnlyWithinTheCirclesOfItsPoints)
     ASSERT_EQ(with({"--drawRegions", "all.png"}), 0);
     ASSERT_EQ(with({"--descriptor", "sift", "--keepLimited", "1", "--drawRegions", "kept.png"}), 0);
     EXPECT_EQ(ReadTextFile(dir.File("kept.png")), ReadTextFile(dir.File("all.png")));
+    ASSERT_EQ(with({"--descriptor", "surf", "--drawRegions", "surf.png"}), 0);
+    EXPECT_EQ(ReadTextFile(dir.File("surf.png")), ReadTextFile(dir.File("all.png")));
     EXPECT_NE(ReadTextFile(dir.File("all.png")), ReadTextFile(dir.File("none.png")));
 }
 
