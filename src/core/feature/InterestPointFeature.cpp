@@ -12,6 +12,7 @@
 #include "basis/Timer.h"
 #include "core/array/ArrayFactories.h"
 #include "core/array/MakeRoi.h"
+#include "core/feature/DrawRegions.h"
 #include "core/feature/descriptor/CalculateFISTDescriptors.h"
 #include "core/feature/descriptor/CalculateSurfDescriptors.h"
 #include "core/feature/descriptor/CalculateVIFTDescriptors.h"
@@ -47,6 +48,7 @@ void InterestPointFeature::AddCmdOptions()
     options.AddOption(0, "recGauss", "", "0");
     options.AddOption(0, "loadRegions", "filename", "");
     options.AddOption(0, "saveRegions", "filename", "");
+    options.AddOption(0, "drawRegions", "picture.png", "");
     options.AddOption(0, "descriptor", "mode", "");
     options.AddOption(0, "output", "filename", "");
     options.AddOption(0, "outputFormat", "mode", "");
@@ -150,7 +152,7 @@ InterestPointFeature::~InterestPointFeature()
 
 bool InterestPointFeature::FindInterestPoints(Array::Array2dVec3UInt8* image, Quid quid, Persistency::File output,
                                               bool imageIsRegion, Persistency::File loadRegions,
-                                              Persistency::File saveRegions)
+                                              Persistency::File saveRegions, Persistency::File drawRegions)
 {
     TLOG_DEBUG(sLog, "start FindInterestPoints");
     const std::string detector = mProperties->GetString("detector", "");
@@ -201,6 +203,14 @@ bool InterestPointFeature::FindInterestPoints(Array::Array2dVec3UInt8* image, Qu
         table.reset(ApplyDetector(working, detector));
         if (!table)
             return false;
+    }
+
+    // Before any descriptor routine can replace the points; a failed picture is
+    // reported and the run goes on, as for the other files.
+    if (drawRegions.Valid())
+    {
+        TLOG_DEBUG(sLog, "Drawing regions");
+        DrawRegionsToFile(image, *table, imageIsRegion ? 0 : mBorderWidth, drawRegions);
     }
 
     if (descriptor.empty())
