@@ -13,8 +13,12 @@
 #include "basis/Timer.h"
 #include "core/array/ArrayFactories.h"
 #include "core/array/MakeRoi.h"
+#include "core/feature/DrawRegions.h"
 #include "core/feature/descriptor/CalculateFISTDescriptors.h"
+#include "core/feature/descriptor/CalculateSurfDescriptors.h"
+#include "core/feature/descriptor/CalculateVIFTDescriptors.h"
 #include "core/feature/descriptor/DenseSift.h"
+#include "core/feature/descriptor/RegionDescriptors.h"
 #include "core/feature/detector/DenseDetectors.h"
 #include "core/feature/FeatureTable.h"
 #include "core/feature/detector/HarrisLaplaceDetector.h"
@@ -22,6 +26,7 @@
 #include "core/feature/PointDescriptorIO.h"
 #include "core/feature/PointDescriptorTable.h"
 #include "core/geometry/Rectangle.h"
+#include "core/matrix/MatConcatenateHorizontal.h"
 #include "util/IOBuffer.h"
 #include "util/StringParser.h"
 
@@ -45,6 +50,7 @@ void InterestPointFeature::AddCmdOptions()
     options.AddOption(0, "recGauss", "", "0");
     options.AddOption(0, "loadRegions", "filename", "");
     options.AddOption(0, "saveRegions", "filename", "");
+    options.AddOption(0, "drawRegions", "picture.png", "");
     options.AddOption(0, "descriptor", "mode", "");
     options.AddOption(0, "output", "filename", "");
     options.AddOption(0, "outputFormat", "mode", "");
@@ -148,7 +154,7 @@ InterestPointFeature::~InterestPointFeature()
 
 bool InterestPointFeature::FindInterestPoints(Array::Array2dVec3UInt8* image, Quid quid, Persistency::File output,
                                               bool imageIsRegion, Persistency::File loadRegions,
-                                              Persistency::File saveRegions)
+                                              Persistency::File saveRegions, Persistency::File drawRegions)
 {
     TLOG_DEBUG(sLog, "start FindInterestPoints");
     const std::string detector = mProperties->GetString("detector", "");
@@ -201,6 +207,14 @@ bool InterestPointFeature::FindInterestPoints(Array::Array2dVec3UInt8* image, Qu
             return false;
     }
 
+    // Before any descriptor routine can replace the points; a failed picture is
+    // reported and the run goes on, as for the other files.
+    if (drawRegions.Valid())
+    {
+        TLOG_DEBUG(sLog, "Drawing regions");
+        DrawRegionsToFile(image, *table, imageIsRegion ? 0 : mBorderWidth, drawRegions);
+    }
+
     if (descriptor.empty())
     {
         if (output.Valid())
@@ -229,6 +243,9 @@ bool InterestPointFeature::FindInterestPoints(Array::Array2dVec3UInt8* image, Qu
             delete raw;
             throw;
         }
+        // A descriptor that failed has reported and left no table: the image fails.
+        if (!raw)
+            return false;
         table.reset(raw);
         TLOG_DEBUG(sLog, "[Timing] Descriptors finished at " << timer.SplitTimeStr());
 
@@ -366,20 +383,44 @@ void InterestPointFeature::ComputeDescriptors(PointDescriptorTable*& table, Arra
 {
     // The first rule that matches decides; each family has its own block below.
 
-    // Hue histogram joined to SIFT. Until the hue histogram exists these names must not
-    // quietly run as a SIFT of the unknown colour model "hue".
-    const bool combined = descriptor == "huesift" || descriptor == "huefist";
+    // Hue histogram joined to SIFT: the SIFT vector, then the hue histogram x 512 in
+    // whole numbers.
+    if (descriptor == "huesift" || descriptor == "huefist")
+    {
+        JoinHueToSift(table, image);
+        return;
+    }
 
     // Sparse SIFT family at the detector's points.
-    if (!combined && (StringEndsWith(descriptor, "fist") || StringEndsWith(descriptor, "sift")))
+    if (StringEndsWith(descriptor, "fist") || StringEndsWith(descriptor, "sift"))
     {
         CalculateFISTDescriptors(image, table, descriptor);
         return;
     }
 
-    // VIFT frame.
+    // VIFT frame. It places its own points; without a kernel it fails the image.
+    const FeatureDefinition vift(descriptor);
+    const std::string& viftName = vift.name;
+    if (StringEndsWith(viftName, "vift") ||
+        (viftName.size() > 4 && viftName.compare(viftName.size() - 5, 4, "vift") == 0))
+    {
+        delete table;
+        const int spacing = atoi(vift.GetParameter("ds", "8"));
+        TLOG_DEBUG(sLog, "VIFT spacing " << spacing);
+        table = CalculateVIFTDescriptors(image, viftName, spacing, 5);
+        return;
+    }
 
-    // SURF on its own grid.
+    // SURF on its own grid. Sizes it cannot work with fail the image.
+    if (StringEndsWith(descriptor, "surf"))
+    {
+        if (!CalculateSurfDescriptors(image, table, descriptor, mSurfHaarSize, mSurfSubregionSize, mSurfSpaciality))
+        {
+            delete table;
+            table = nullptr;
+        }
+        return;
+    }
 
     // Dense SIFT on its own grids.
     if (StringEndsWith(descriptor, "dift") || StringEndsWith(descriptor, "dixt"))
@@ -413,8 +454,26 @@ void InterestPointFeature::ComputeDescriptors(PointDescriptorTable*& table, Arra
         return;
 
     // Region descriptors; names of no other family end here as unknown.
-    std::cerr << "[ERROR] Invalid descriptor name: " << descriptor << std::endl;
-    throw "Invalid descriptor name";
+    CalculateRegionDescriptors(image, table, descriptor);
+}
+
+void InterestPointFeature::JoinHueToSift(PointDescriptorTable* table, Array::Array2dVec3UInt8* image)
+{
+    CalculateRegionDescriptors(image, table, "huehistogram");
+    const int rows = table->Size();
+    const int length = table->GetDescriptorLength();
+    std::unique_ptr<Array::Array2dReal64> hue(Array::ArrayCreate<Array::Array2dReal64>(length, rows, 0, 0));
+    for (int i = 0; i < rows; ++i)
+    {
+        const double* v = table->GetDescriptor(i);
+        double* d = hue->PixelPtr(0, i);
+        // Histogram values lie in [0, 1], so the integer conversion is in range.
+        for (int k = 0; k < length; ++k)
+            d[k] = static_cast<int>(512.0 * v[k]);
+    }
+    CalculateFISTDescriptors(image, table, "sift");
+    std::unique_ptr<Array::Array2dReal64> sift(table->GetWrappedDescriptorMatrix());
+    table->SetStorage(Matrix::MatConcatenateHorizontal<Array::Array2dReal64>({sift.get(), hue.get()}));
 }
 
 } // namespace Feature
