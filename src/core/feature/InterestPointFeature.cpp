@@ -17,6 +17,7 @@
 #include "core/feature/FeatureTable.h"
 #include "core/feature/detector/HarrisLaplaceDetector.h"
 #include "core/feature/detector/LaplacianDetector.h"
+#include "core/matrix/MatList.h"
 #include "core/feature/PointDescriptorIO.h"
 #include "core/feature/PointDescriptorTable.h"
 #include "core/geometry/Rectangle.h"
@@ -142,6 +143,37 @@ InterestPointFeature::InterestPointFeature(Util::PropertySet& properties) : mPro
 InterestPointFeature::~InterestPointFeature()
 {
     delete mClusterInputData;
+    SetCodebook(nullptr, nullptr);
+    SetForest(nullptr);
+    SetCodebookDiffStat(nullptr);
+}
+
+void InterestPointFeature::SetCodebook(Array::Array2dReal64* codebook, Array::Array2dReal64* codebookReduce)
+{
+    if (codebook != mCodebook)
+        delete mCodebook;
+    if (codebookReduce != mCodebookReduce)
+        delete mCodebookReduce;
+    mCodebook = codebook;
+    mCodebookReduce = codebookReduce;
+}
+
+void InterestPointFeature::SetForest(FeatureTable* forest)
+{
+    if (forest != mForest)
+        delete mForest;
+    mForest = forest;
+}
+
+void InterestPointFeature::SetCodebookDiffStat(Matrix::MatList* diffStat)
+{
+    if (diffStat != mCodebookDiffStat && mCodebookDiffStat)
+    {
+        for (Array::Array2dReal64* matrix : *mCodebookDiffStat)
+            delete matrix;
+        delete mCodebookDiffStat;
+    }
+    mCodebookDiffStat = diffStat;
 }
 
 bool InterestPointFeature::FindInterestPoints(Array::Array2dVec3UInt8* image, Quid quid, Persistency::File output,

@@ -19,6 +19,11 @@ namespace Tavlin
 {
 namespace Core
 {
+namespace Matrix
+{
+class MatList;
+}
+
 namespace Feature
 {
 
@@ -64,6 +69,15 @@ public:
     int GetSurfSubregionSize() const { return mSurfSubregionSize; }
     int GetSurfSpaciality() const { return mSurfSpaciality; }
 
+    // The feature owns what it is given here and deletes what it held before.
+    void SetCodebook(Array::Array2dReal64* codebook, Array::Array2dReal64* codebookReduce);
+    void SetForest(FeatureTable* forest);
+    void SetCodebookDiffStat(Matrix::MatList* diffStat);
+    Array::Array2dReal64* GetCodebook() const { return mCodebook; }
+    Array::Array2dReal64* GetCodebookReduce() const { return mCodebookReduce; }
+    FeatureTable* GetForest() const { return mForest; }
+    Matrix::MatList* GetCodebookDiffStat() const { return mCodebookDiffStat; }
+
 private:
     // Keeps mKeepLimited rows chosen by the shuffle of mRandom, in their order.
     void KeepLimited(PointDescriptorTable*& table);
@@ -79,6 +93,10 @@ private:
     FeatureDefinition mFeatureDefinition;
     int mKeepLimited = 0;
     std::string mOutputFormat;
+    FeatureTable* mForest = nullptr;
+    Array::Array2dReal64* mCodebook = nullptr;
+    Array::Array2dReal64* mCodebookReduce = nullptr;
+    Matrix::MatList* mCodebookDiffStat = nullptr;
     std::vector<double> mScales;
     int mSurfHaarSize = 0;
     int mSurfSubregionSize = 0;
