@@ -42,7 +42,9 @@ const char* const sUsage =
     "\n"
     "Give one image (JPEG, PNG or raw array), or with --batch a text file that\n"
     "lists one image per line. The README describes every option, the output\n"
-    "formats and the exit statuses.";
+    "formats and the exit statuses. --drawRegions writes a PNG picture of the\n"
+    "input with each point drawn as a circle of radius 3 x scale, coloured from\n"
+    "blue (weakest) to red (strongest cornerness).";
 
 // Kept out of the usage listing; all of them stay usable.
 const char* const sHiddenOptions[] = {
@@ -71,12 +73,13 @@ void ReadBatchFile(const std::string& name, std::vector<std::string>& inputs)
 }
 
 // The file an option names for one input: in a batch the option names a directory and
-// the file inside it is the input's base name plus ".bin".
-Persistency::File ResolveFile(const std::string& value, bool batch, const std::string& base, bool write)
+// the file inside it is the input's base name plus the extension.
+Persistency::File ResolveFile(const std::string& value, bool batch, const std::string& base, bool write,
+                              const char* extension = ".bin")
 {
     if (value.empty())
         return Persistency::File();
-    return Persistency::RepositoryGetFile(batch ? FileNameConcat(value, base + ".bin") : value, write, false);
+    return Persistency::RepositoryGetFile(batch ? FileNameConcat(value, base + extension) : value, write, false);
 }
 
 bool FlagValue(const std::string& value)
@@ -229,6 +232,7 @@ int RunLumisk(int argc, char** argv)
     const std::string loadRegions = options.GetString("loadRegions", "");
     const std::string saveRegions = options.GetString("saveRegions", "");
     const std::string output = options.GetString("output", "");
+    const std::string drawRegions = options.GetString("drawRegions", "");
 
     for (const std::string& entry : inputs)
     {
@@ -240,6 +244,7 @@ int RunLumisk(int argc, char** argv)
         Persistency::File loadRegionsFile = ResolveFile(loadRegions, batch, base, false);
         Persistency::File saveRegionsFile = ResolveFile(saveRegions, batch, base, true);
         Persistency::File outputFile = ResolveFile(output, batch, base, true);
+        Persistency::File drawRegionsFile = ResolveFile(drawRegions, batch, base, true, ".png");
         Core::Array::Array2dVec3UInt8* image = nullptr;
         Core::Array::ReadFile(image, inputFile);
         if (!image)
@@ -249,7 +254,8 @@ int RunLumisk(int argc, char** argv)
         }
         TLOG_INFO(sLog, "Loaded " << entry << " at " << Timer::Format(totalTimer.SplitTime()));
         std::unique_ptr<Core::Array::Array2dVec3UInt8> owned(image);
-        if (!feature.FindInterestPoints(image, Quid(0), outputFile, false, loadRegionsFile, saveRegionsFile))
+        if (!feature.FindInterestPoints(image, Quid(0), outputFile, false, loadRegionsFile, saveRegionsFile,
+                                        drawRegionsFile))
         {
             TLOG_ERROR(sLog, "Extracting interest points/descriptors failed somehow.");
             return 1;

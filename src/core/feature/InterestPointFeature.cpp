@@ -12,7 +12,10 @@
 #include "basis/Timer.h"
 #include "core/array/ArrayFactories.h"
 #include "core/array/MakeRoi.h"
+#include "core/feature/DrawRegions.h"
 #include "core/feature/descriptor/CalculateFISTDescriptors.h"
+#include "core/feature/descriptor/CalculateSurfDescriptors.h"
+#include "core/feature/descriptor/CalculateVIFTDescriptors.h"
 #include "core/feature/detector/DenseDetectors.h"
 #include "core/feature/FeatureTable.h"
 #include "core/feature/detector/HarrisLaplaceDetector.h"
@@ -44,6 +47,7 @@ void InterestPointFeature::AddCmdOptions()
     options.AddOption(0, "recGauss", "", "0");
     options.AddOption(0, "loadRegions", "filename", "");
     options.AddOption(0, "saveRegions", "filename", "");
+    options.AddOption(0, "drawRegions", "picture.png", "");
     options.AddOption(0, "descriptor", "mode", "");
     options.AddOption(0, "output", "filename", "");
     options.AddOption(0, "outputFormat", "mode", "");
@@ -178,7 +182,7 @@ void InterestPointFeature::SetCodebookDiffStat(Matrix::MatList* diffStat)
 
 bool InterestPointFeature::FindInterestPoints(Array::Array2dVec3UInt8* image, Quid quid, Persistency::File output,
                                               bool imageIsRegion, Persistency::File loadRegions,
-                                              Persistency::File saveRegions)
+                                              Persistency::File saveRegions, Persistency::File drawRegions)
 {
     TLOG_DEBUG(sLog, "start FindInterestPoints");
     const std::string detector = mProperties->GetString("detector", "");
@@ -231,6 +235,14 @@ bool InterestPointFeature::FindInterestPoints(Array::Array2dVec3UInt8* image, Qu
             return false;
     }
 
+    // Before any descriptor routine can replace the points; a failed picture is
+    // reported and the run goes on, as for the other files.
+    if (drawRegions.Valid())
+    {
+        TLOG_DEBUG(sLog, "Drawing regions");
+        DrawRegionsToFile(image, *table, imageIsRegion ? 0 : mBorderWidth, drawRegions);
+    }
+
     if (descriptor.empty())
     {
         if (output.Valid())
@@ -259,6 +271,9 @@ bool InterestPointFeature::FindInterestPoints(Array::Array2dVec3UInt8* image, Qu
             delete raw;
             throw;
         }
+        // A descriptor that failed has reported and left no table: the image fails.
+        if (!raw)
+            return false;
         table.reset(raw);
         TLOG_DEBUG(sLog, "[Timing] Descriptors finished at " << timer.SplitTimeStr());
 
@@ -407,9 +422,29 @@ void InterestPointFeature::ComputeDescriptors(PointDescriptorTable*& table, Arra
         return;
     }
 
-    // VIFT frame.
+    // VIFT frame. It places its own points; without a kernel it fails the image.
+    const FeatureDefinition vift(descriptor);
+    const std::string& viftName = vift.name;
+    if (StringEndsWith(viftName, "vift") ||
+        (viftName.size() > 4 && viftName.compare(viftName.size() - 5, 4, "vift") == 0))
+    {
+        delete table;
+        const int spacing = atoi(vift.GetParameter("ds", "8"));
+        TLOG_DEBUG(sLog, "VIFT spacing " << spacing);
+        table = CalculateVIFTDescriptors(image, viftName, spacing, 5);
+        return;
+    }
 
-    // SURF on its own grid.
+    // SURF on its own grid. Sizes it cannot work with fail the image.
+    if (StringEndsWith(descriptor, "surf"))
+    {
+        if (!CalculateSurfDescriptors(image, table, descriptor, mSurfHaarSize, mSurfSubregionSize, mSurfSpaciality))
+        {
+            delete table;
+            table = nullptr;
+        }
+        return;
+    }
 
     // Dense SIFT on its own grids.
 

@@ -41,14 +41,17 @@ public:
     InterestPointFeature(const InterestPointFeature&) = delete;
     InterestPointFeature& operator=(const InterestPointFeature&) = delete;
 
-    // Runs one image: points (detected or loaded), regions file, descriptors, thinning,
-    // output. False when the image could not be processed (an unknown detector, a
-    // regions file that could not be read); the error is logged.
+    // Runs one image: points (detected or loaded), regions file, picture of the points,
+    // descriptors, thinning, output. False when the image could not be processed (an
+    // unknown detector, a regions file that could not be read, a failed descriptor); the
+    // error is logged.
     bool FindInterestPoints(Array::Array2dVec3UInt8* image, Quid quid, Persistency::File output, bool imageIsRegion,
-                            Persistency::File loadRegions, Persistency::File saveRegions);
+                            Persistency::File loadRegions, Persistency::File saveRegions,
+                            Persistency::File drawRegions = Persistency::File());
     // A new table of the detector's points; null after a reported unknown name.
     PointDescriptorTable* ApplyDetector(Array::Array2dVec3UInt8* image, std::string detector);
-    // Fills the table's descriptors; some routines replace the table.
+    // Fills the table's descriptors; some routines replace the table. A descriptor that
+    // fails reports, deletes the table and leaves it null.
     void ComputeDescriptors(PointDescriptorTable*& table, Array::Array2dVec3UInt8* image, std::string descriptor);
 
     // Writes the collected cluster input (point columns 0) in the output format.
