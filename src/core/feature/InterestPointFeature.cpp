@@ -16,6 +16,7 @@
 #include "core/feature/descriptor/CalculateFISTDescriptors.h"
 #include "core/feature/descriptor/CalculateSurfDescriptors.h"
 #include "core/feature/descriptor/CalculateVIFTDescriptors.h"
+#include "core/feature/descriptor/RegionDescriptors.h"
 #include "core/feature/detector/DenseDetectors.h"
 #include "core/feature/FeatureTable.h"
 #include "core/feature/detector/HarrisLaplaceDetector.h"
@@ -24,6 +25,7 @@
 #include "core/feature/PointDescriptorIO.h"
 #include "core/feature/PointDescriptorTable.h"
 #include "core/geometry/Rectangle.h"
+#include "core/matrix/MatConcatenateHorizontal.h"
 #include "util/IOBuffer.h"
 #include "util/StringParser.h"
 
@@ -411,12 +413,16 @@ void InterestPointFeature::ComputeDescriptors(PointDescriptorTable*& table, Arra
 {
     // The first rule that matches decides; each family has its own block below.
 
-    // Hue histogram joined to SIFT. Until the hue histogram exists these names must not
-    // quietly run as a SIFT of the unknown colour model "hue".
-    const bool combined = descriptor == "huesift" || descriptor == "huefist";
+    // Hue histogram joined to SIFT: the SIFT vector, then the hue histogram x 512 in
+    // whole numbers.
+    if (descriptor == "huesift" || descriptor == "huefist")
+    {
+        JoinHueToSift(table, image);
+        return;
+    }
 
     // Sparse SIFT family at the detector's points.
-    if (!combined && (StringEndsWith(descriptor, "fist") || StringEndsWith(descriptor, "sift")))
+    if (StringEndsWith(descriptor, "fist") || StringEndsWith(descriptor, "sift"))
     {
         CalculateFISTDescriptors(image, table, descriptor);
         return;
@@ -452,8 +458,26 @@ void InterestPointFeature::ComputeDescriptors(PointDescriptorTable*& table, Arra
         return;
 
     // Region descriptors; names of no other family end here as unknown.
-    std::cerr << "[ERROR] Invalid descriptor name: " << descriptor << std::endl;
-    throw "Invalid descriptor name";
+    CalculateRegionDescriptors(image, table, descriptor);
+}
+
+void InterestPointFeature::JoinHueToSift(PointDescriptorTable* table, Array::Array2dVec3UInt8* image)
+{
+    CalculateRegionDescriptors(image, table, "huehistogram");
+    const int rows = table->Size();
+    const int length = table->GetDescriptorLength();
+    std::unique_ptr<Array::Array2dReal64> hue(Array::ArrayCreate<Array::Array2dReal64>(length, rows, 0, 0));
+    for (int i = 0; i < rows; ++i)
+    {
+        const double* v = table->GetDescriptor(i);
+        double* d = hue->PixelPtr(0, i);
+        // Histogram values lie in [0, 1], so the integer conversion is in range.
+        for (int k = 0; k < length; ++k)
+            d[k] = static_cast<int>(512.0 * v[k]);
+    }
+    CalculateFISTDescriptors(image, table, "sift");
+    std::unique_ptr<Array::Array2dReal64> sift(table->GetWrappedDescriptorMatrix());
+    table->SetStorage(Matrix::MatConcatenateHorizontal<Array::Array2dReal64>({sift.get(), hue.get()}));
 }
 
 } // namespace Feature

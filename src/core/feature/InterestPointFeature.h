@@ -82,6 +82,8 @@ public:
     Matrix::MatList* GetCodebookDiffStat() const { return mCodebookDiffStat; }
 
 private:
+    // "huesift": SIFT at the table's points joined with their hue histograms x 512.
+    void JoinHueToSift(PointDescriptorTable* table, Array::Array2dVec3UInt8* image);
     // Keeps mKeepLimited rows chosen by the shuffle of mRandom, in their order.
     void KeepLimited(PointDescriptorTable*& table);
     void AddClusterInput(const PointDescriptorTable& table, Quid quid);
