@@ -4,6 +4,7 @@
 
 #include "basis/Report.h"
 #include "core/array/ReadRaw.h"
+#include "core/feature/codebook/CodebookMatrices.h"
 #include "core/feature/codebook/ReadCodebook.h"
 #include "persistency/File.h"
 #include "persistency/FileSystem.h"
@@ -54,9 +55,8 @@ Core::Matrix::MatList* CodebookRepositoryInFile::Get(const CodebookLocator& loca
         {
             // Half-read matrices are no codebook: the caller sees an empty list.
             TLOG_ERROR(Log(), "Get: could not read " << path);
-            for (Core::Array::Array2dReal64* matrix : *list)
-                delete matrix;
-            list->clear();
+            Core::Feature::DeleteMatList(list.release());
+            list.reset(new Core::Matrix::MatList());
         }
         return list.release();
     }

@@ -55,8 +55,9 @@ std::vector<std::vector<double>> Dense(const TempDir& dir, const std::string& na
     return ReadDescriptors(dir.File("o.txt"), length);
 }
 
-const char* const sRegionNames[] = {"rgbhistogram",  "opponenthistogram", "nrghistogram", "transformedcolorhistogram",
-                                    "huehistogram",  "huesift",           "huefist"};
+const char* const sRegionNames[] = {"rgbhistogram", "opponenthistogram",     "nrghistogram",
+                                    "huehistogram", "transformedcolorhistogram", "huesift",
+                                    "huefist",      "colormoments",          "colormomentinvariants"};
 
 } // namespace
 
@@ -80,6 +81,10 @@ TEST(RegionDescriptorCli, HistogramsHaveTheirLengthsAndUnitPlanes)
     EXPECT_EQ(length, 36);
     Dense(dir, "nrghistogram", &length, {"--descriptorBinCount", "10"});
     EXPECT_EQ(length, 20);
+    Dense(dir, "colormomentinvariants", &length);
+    EXPECT_EQ(length, 24);
+    Dense(dir, "colormoments", &length);
+    EXPECT_EQ(length, 30);
 
     // SIFT first, then the hue histogram x 512 in whole numbers.
     std::vector<std::vector<double>> sift = Dense(dir, "sift", &length);

@@ -19,11 +19,15 @@
 #include "core/feature/descriptor/RegionDescriptors.h"
 #include "core/feature/detector/DenseDetectors.h"
 #include "core/feature/FeatureTable.h"
+#include "core/feature/FeatureTableResult.h"
 #include "core/feature/detector/HarrisLaplaceDetector.h"
 #include "core/feature/detector/LaplacianDetector.h"
-#include "core/matrix/MatList.h"
 #include "core/feature/PointDescriptorIO.h"
 #include "core/feature/PointDescriptorTable.h"
+#include "core/feature/codebook/CodebookMatrices.h"
+#include "core/feature/codebook/SpatialQuantizer.h"
+#include "core/matrix/MatCreate.h"
+#include "core/matrix/MatMul.h"
 #include "core/geometry/Rectangle.h"
 #include "core/matrix/MatConcatenateHorizontal.h"
 #include "util/IOBuffer.h"
@@ -149,19 +153,13 @@ InterestPointFeature::InterestPointFeature(Util::PropertySet& properties) : mPro
 InterestPointFeature::~InterestPointFeature()
 {
     delete mClusterInputData;
-    SetCodebook(nullptr, nullptr);
-    SetForest(nullptr);
-    SetCodebookDiffStat(nullptr);
-}
-
-void InterestPointFeature::SetCodebook(Array::Array2dReal64* codebook, Array::Array2dReal64* codebookReduce)
-{
-    if (codebook != mCodebook)
-        delete mCodebook;
-    if (codebookReduce != mCodebookReduce)
-        delete mCodebookReduce;
-    mCodebook = codebook;
-    mCodebookReduce = codebookReduce;
+    delete mCodebook;
+    delete mCodebookReduce;
+    delete mForest;
+    DeleteMatList(mCodebookDiffStat);
+    delete mQuantizer;
+    for (Geometry::InterestPointSelector* selector : mPointSelectors)
+        delete selector;
 }
 
 void InterestPointFeature::SetForest(FeatureTable* forest)
@@ -169,17 +167,6 @@ void InterestPointFeature::SetForest(FeatureTable* forest)
     if (forest != mForest)
         delete mForest;
     mForest = forest;
-}
-
-void InterestPointFeature::SetCodebookDiffStat(Matrix::MatList* diffStat)
-{
-    if (diffStat != mCodebookDiffStat && mCodebookDiffStat)
-    {
-        for (Array::Array2dReal64* matrix : *mCodebookDiffStat)
-            delete matrix;
-        delete mCodebookDiffStat;
-    }
-    mCodebookDiffStat = diffStat;
 }
 
 bool InterestPointFeature::FindInterestPoints(Array::Array2dVec3UInt8* image, Quid quid, Persistency::File output,
@@ -279,28 +266,84 @@ bool InterestPointFeature::FindInterestPoints(Array::Array2dVec3UInt8* image, Qu
         table.reset(raw);
         TLOG_DEBUG(sLog, "[Timing] Descriptors finished at " << timer.SplitTimeStr());
 
-        if (mKeepLimited >= 1 && mKeepLimited < table->Size())
+        if (mCodebook)
         {
-            TLOG_DEBUG(sLog, "reducing point count");
-            raw = table.release();
-            KeepLimited(raw);
-            table.reset(raw);
-        }
-        if (!mClusterInput)
-        {
-            TLOG_DEBUG(sLog, "writing point list");
-            if (output.Valid())
-                table->ExportToFile(output, mBorderWidth, mOutputFormat);
-            else
-                TLOG_WARN(sLog, sNoOutput);
+            if (!ProjectPoints(table, working, quid, output))
+                return false;
         }
         else
         {
-            AddClusterInput(*table, quid);
+            if (mKeepLimited >= 1 && mKeepLimited < table->Size())
+            {
+                TLOG_DEBUG(sLog, "reducing point count");
+                raw = table.release();
+                KeepLimited(raw);
+                table.reset(raw);
+            }
+            if (!mClusterInput)
+            {
+                TLOG_DEBUG(sLog, "writing point list");
+                if (output.Valid())
+                    table->ExportToFile(output, mBorderWidth, mOutputFormat);
+                else
+                    TLOG_WARN(sLog, sNoOutput);
+            }
+            else
+            {
+                AddClusterInput(*table, quid);
+            }
         }
     }
 
     TLOG_DEBUG(sLog, "Completed " << mFeatureDefinition.AsString() << " in " << timer.SplitTimeStr());
+    return true;
+}
+
+bool InterestPointFeature::ProjectPoints(std::unique_ptr<PointDescriptorTable>& table,
+                                         Array::Array2dVec3UInt8* working, Quid quid, Persistency::File output)
+{
+    TLOG_DEBUG(sLog, "preparing for codebook");
+    Timer timer(1);
+    mTimeStats.MeasureNext();
+    const std::string mode = mProperties->GetString("codebookMode", "");
+    const int width = static_cast<int>(working->mWidth);
+    const int height = static_cast<int>(working->mHeight);
+    if (mode == "fisher" || mode == "kdhard" || mode == "closestword" || mode == "closestword5")
+    {
+        if (!mQuantizer)
+        {
+            TLOG_ERROR(sLog, "[ERROR] No quantizer for codebook mode " << mode);
+            return false;
+        }
+        if (mCodebookReduce)
+        {
+            std::unique_ptr<Array::Array2dReal64> descriptors(table->GetWrappedDescriptorMatrix());
+            Array::Array2dReal64* reduced = Matrix::MatMul(descriptors.get(), mCodebookReduce);
+            if (!reduced)
+                return false;
+            table->SetStorage(reduced);
+        }
+        std::unique_ptr<Vector::VectorSet<Array::Array2dReal64>> result(
+            mQuantizer->Quantize(table.get(), width, height));
+        if (!result)
+            return false;
+        if (mResult)
+            for (int i = 0; i < result->Size(); ++i)
+            {
+                Vector::VectorTem<double> row = result->GetVector(i);
+                mResult->AddVector(quid, i, row);
+            }
+    }
+    else
+    {
+        table.reset(ProjectOntoCodebook(table.release(), mode, width, height, quid));
+        if (!table)
+            return false;
+    }
+    mTimeStats.MeasureLast();
+    TLOG_DEBUG(sLog, "Just codebook projection took: " << timer.SplitTimeStr());
+    if (output.Valid())
+        table->ExportToFile(output, mBorderWidth, mOutputFormat);
     return true;
 }
 

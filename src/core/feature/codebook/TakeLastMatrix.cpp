@@ -1,5 +1,7 @@
 #include "core/feature/codebook/TakeLastMatrix.h"
 
+#include "core/feature/codebook/CodebookMatrices.h"
+
 namespace Tavlin
 {
 namespace Core
@@ -17,9 +19,7 @@ Array::Array2dReal64* TakeLastMatrix(Matrix::MatList* list)
         last = list->back();
         list->pop_back();
     }
-    for (Array::Array2dReal64* other : *list)
-        delete other;
-    delete list;
+    DeleteMatList(list);
     return last;
 }
 

@@ -9,8 +9,10 @@
 #include "basis/CmdOptions.h"
 #include "basis/Report.h"
 #include "core/array/ArrayFactories.h"
+#include "core/array/ColorMoments.h"
 #include "core/array/FuncBorderMirror2d.h"
 #include "core/array/GaussDerivative.h"
+#include "core/array/Resample.h"
 #include "core/array/WriteRaw.h"
 #include "core/feature/FeatureImageTypes.h"
 #include "core/feature/descriptor/GetColorChannels.h"
@@ -44,7 +46,8 @@ const int sMaxBinCount = 65536;
 bool IsRegionDescriptorName(const std::string& name)
 {
     return name == "opponenthistogram" || name == "nrghistogram" || name == "rgbhistogram" ||
-           name == "transformedcolorhistogram" || name == "huehistogram";
+           name == "transformedcolorhistogram" || name == "huehistogram" || name == "colormoments" ||
+           name == "colormomentinvariants";
 }
 
 int ReadBinCount()
@@ -128,6 +131,7 @@ private:
     void PlanePlusOffset(Array2dReal64* plane);
     void TransformedColor(std::vector<double>& result, Array2dVec3UInt8* patch);
     void Hue(std::vector<double>& result, Array2dVec3UInt8* patch);
+    void Moments(std::vector<double>& result, Array2dVec3UInt8* patch, bool invariants, bool circularMask);
 
     int mBins;
     long long mMaskWidth = -1;
@@ -246,6 +250,34 @@ void RegionDescriptorMaker::Hue(std::vector<double>& result, Array2dVec3UInt8* p
     AppendHistogram(result, bins, 0.0, 6.2831854, hue, weight, k).Normalize();
 }
 
+void RegionDescriptorMaker::Moments(std::vector<double>& result, Array2dVec3UInt8* patch, bool invariants,
+                                    bool circularMask)
+{
+    // Moments are taken at one size, whatever the scale.
+    const int side = 61;
+    Array2dVec3UInt8* resampledRaw = nullptr;
+    Array::Resample(resampledRaw, patch, side, side);
+    std::unique_ptr<Array2dVec3UInt8> resampled(resampledRaw);
+    std::unique_ptr<Array2dReal64> mask(circularMask ? CreateCircleMask(side) : nullptr);
+    std::unique_ptr<Array2dVec3Real64> image(new Array2dVec3Real64(side, side, 0, 0));
+    for (long long y = 0; y < side; ++y)
+    {
+        const unsigned char* s = resampled->PixelPtr(0, y);
+        double* d = image->PixelPtr(0, y);
+        for (long long k = 0; k < 3 * side; ++k)
+            d[k] = static_cast<double>(s[k]) * 0.00392156862745098;
+    }
+    Array::ColorMoments moments;
+    if (invariants)
+    {
+        moments.GetInvariants(result, image.get(), circularMask, mask.get(), false, 10.0);
+        return;
+    }
+    moments.FillMomentCache(image.get(), 1, 2, circularMask, mask.get(), false, 10.0);
+    for (const Array::ColorMoments::ColorMoment& moment : moments.Cache())
+        result.push_back(moment.mValue);
+}
+
 void RegionDescriptorMaker::Compute(std::vector<double>& result, Array2dVec3UInt8* patch, const std::string& name,
                                     bool circularMask, int x, int y)
 {
@@ -289,6 +321,8 @@ void RegionDescriptorMaker::Compute(std::vector<double>& result, Array2dVec3UInt
         TransformedColor(result, patch);
     else if (name == "huehistogram")
         Hue(result, patch);
+    else if (name == "colormoments" || name == "colormomentinvariants")
+        Moments(result, patch, name == "colormomentinvariants", circularMask);
     else
         RefuseName(name);
 }

@@ -263,6 +263,34 @@ TEST(ComputeRegionDescriptor, ChromaticityTransformedColourAndOpponent)
     EXPECT_EQ(opponent[30 + 5], 1.0);
 }
 
+TEST(ComputeRegionDescriptor, MomentsOfAConstantPatchAreThoseOfAConstant)
+{
+    Options();
+    // Shrunk from 81 to 61 the patch stays constant (up to the truncation of the
+    // smoothing), whose moments are known: the mean of 1 is 1, that of B is B / 255,
+    // the ratio invariants are 1 and the determinant ones 0.
+    ImagePtr patch = Constant(81, 81, 51, 102, 204);
+    std::vector<double> moments = Describe(patch.get(), "colormoments", true);
+    ASSERT_EQ(moments.size(), 30u);
+    EXPECT_EQ(moments[0], 1.0);
+    EXPECT_NEAR(moments[1], 0.8, 0.01);
+    EXPECT_NEAR(moments[2], 0.4, 0.01);
+    EXPECT_NEAR(moments[3], 0.2, 0.01);
+    // The first spatial moments: mean y and mean x over the disc, counted from 1.
+    EXPECT_NEAR(moments[10], 31.0, 1e-9);
+    EXPECT_NEAR(moments[20], 31.0, 1e-9);
+
+    std::vector<double> invariants = Describe(patch.get(), "colormomentinvariants", true);
+    ASSERT_EQ(invariants.size(), 24u);
+    for (int i = 0; i < 9; ++i)
+        EXPECT_NEAR(invariants[i], 1.0, 0.01) << i;
+    for (int i = 9; i < 24; ++i)
+        EXPECT_NEAR(invariants[i], 0.0, 0.05) << i;
+
+    // Without the mask any shape will do.
+    EXPECT_EQ(Describe(Constant(7, 3, 1, 2, 3).get(), "colormomentinvariants", false).size(), 24u);
+}
+
 TEST(ComputeRegionDescriptor, OpponentPlaneOfOutliersIsShownAndItsPatchWritten)
 {
     Options();
