@@ -164,6 +164,13 @@ InterestPointFeature::~InterestPointFeature()
         delete selector;
 }
 
+void InterestPointFeature::SetForest(FeatureTable* forest)
+{
+    if (forest != mForest)
+        delete mForest;
+    mForest = forest;
+}
+
 bool InterestPointFeature::FindInterestPoints(Array::Array2dVec3UInt8* image, Quid quid, Persistency::File output,
                                               bool imageIsRegion, Persistency::File loadRegions,
                                               Persistency::File saveRegions, Persistency::File drawRegions)
