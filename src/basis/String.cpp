@@ -45,6 +45,13 @@ bool StringEndsWith(const std::string& text, const std::string& suffix)
     return text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
 }
 
+void StringEraseFirst(std::string& text, const std::string& what)
+{
+    const size_t at = text.find(what);
+    if (at != std::string::npos)
+        text.erase(at, what.size());
+}
+
 std::string StringTail(const std::string& text, char separator, bool keepSeparator)
 {
     size_t pos = text.find(separator);

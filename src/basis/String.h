@@ -16,6 +16,9 @@ double atof(const std::string& text);
 bool StringStartsWith(const std::string& text, const std::string& prefix);
 bool StringEndsWith(const std::string& text, const std::string& suffix);
 
+// Deletes the first occurrence of `what`, if any, in place.
+void StringEraseFirst(std::string& text, const std::string& what);
+
 // The part from the first separator on, with or without the separator itself; empty
 // when the separator does not occur.
 std::string StringTail(const std::string& text, char separator, bool keepSeparator);

@@ -10,8 +10,8 @@
 #include "core/feature/descriptor/FISTDescriptor.h"
 #include "core/feature/FeatureImageTypes.h"
 #include "core/feature/descriptor/GetColorChannels.h"
+#include "core/feature/descriptor/JoinChannelDescriptors.h"
 #include "core/feature/descriptor/StringIsFullyNumeric.h"
-#include "core/matrix/MatConcatenateHorizontal.h"
 
 namespace Tavlin
 {
@@ -35,13 +35,6 @@ void PowInPlace(Array2dVec3Real64* image, double pre, double exponent, double po
         for (long long i = 0; i < count; ++i)
             d[i] = std::pow(d[i] * pre, exponent) * post;
     }
-}
-
-void EraseFirst(std::string& name, const std::string& what)
-{
-    const size_t at = name.find(what);
-    if (at != std::string::npos)
-        name.erase(at, what.size());
 }
 
 } // namespace
@@ -89,7 +82,7 @@ void CalculateFISTDescriptors(Array2dVec3UInt8* image, PointDescriptorTable* tab
     std::unique_ptr<Array2dVec3Real64> doubleImage(MakeFISTImage(image, name));
 
     for (const char* suffix : {"g0sift", "g1sift", "g2sift", "g3sift", "g4sift", "sift", "fist"})
-        EraseFirst(name, suffix);
+        StringEraseFirst(name, suffix);
 
     int32_t customNorm = -1;
     if (name.size() >= 2)
@@ -119,18 +112,7 @@ void CalculateFISTDescriptors(Array2dVec3UInt8* image, PointDescriptorTable* tab
     for (Array2dReal64* channel : channels)
         results.push_back(descriptor.DoCalculateFISTDescriptorsAndEat(channel, table));
 
-    if (results.size() == 1)
-    {
-        table->SetStorage(results[0]);
-        return;
-    }
-    Array2dReal64* joined = Matrix::MatConcatenateHorizontal(results);
-    for (Array2dReal64* part : results)
-        delete part;
-    // No channels: an empty descriptor rather than no store at all.
-    if (!joined)
-        joined = new Array2dReal64(0, table->Size(), 0, 0);
-    table->SetStorage(joined);
+    JoinChannelDescriptors(table, results);
 }
 
 } // namespace Feature
