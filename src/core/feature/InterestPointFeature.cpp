@@ -9,6 +9,7 @@
 #include "basis/CmdOptions.h"
 #include "basis/Report.h"
 #include "basis/String.h"
+#include "basis/StringList.h"
 #include "basis/Timer.h"
 #include "core/array/ArrayFactories.h"
 #include "core/array/MakeRoi.h"
@@ -16,6 +17,7 @@
 #include "core/feature/descriptor/CalculateFISTDescriptors.h"
 #include "core/feature/descriptor/CalculateSurfDescriptors.h"
 #include "core/feature/descriptor/CalculateVIFTDescriptors.h"
+#include "core/feature/descriptor/DenseSift.h"
 #include "core/feature/descriptor/RegionDescriptors.h"
 #include "core/feature/detector/DenseDetectors.h"
 #include "core/feature/FeatureTable.h"
@@ -160,6 +162,13 @@ InterestPointFeature::~InterestPointFeature()
     delete mQuantizer;
     for (Geometry::InterestPointSelector* selector : mPointSelectors)
         delete selector;
+}
+
+void InterestPointFeature::SetForest(FeatureTable* forest)
+{
+    if (forest != mForest)
+        delete mForest;
+    mForest = forest;
 }
 
 bool InterestPointFeature::FindInterestPoints(Array::Array2dVec3UInt8* image, Quid quid, Persistency::File output,
@@ -489,6 +498,32 @@ void InterestPointFeature::ComputeDescriptors(PointDescriptorTable*& table, Arra
     }
 
     // Dense SIFT on its own grids.
+    if (StringEndsWith(descriptor, "dift") || StringEndsWith(descriptor, "dixt"))
+    {
+        // The detector's points are dropped: the grids make their own.
+        const FeatureDefinition definition = table->GetFeatureDefinition();
+        delete table;
+        table = new PointDescriptorTable(definition);
+        const std::string scales = mProperties->GetString("ds_scales", "");
+        if (scales.empty())
+        {
+            TLOG_WARN(sLog, "--ds_scales not set!");
+            return;
+        }
+        for (const std::string& entry : StringList(scales, '+'))
+        {
+            Util::StringParser parser(entry);
+            const int spacing = parser.GetInt('-', false);
+            const int cellSize = parser.GetInt('-', false);
+            TLOG_DEBUG(sLog, "spacing=" << spacing << "; cellSize=" << cellSize << "; sigma=" << 1);
+            std::unique_ptr<PointDescriptorTable> result(DenseSift(image, descriptor, spacing, cellSize, 1.0, 4));
+            if (table->GetDescriptorLength() != result->GetDescriptorLength())
+                table->SetStorage(Array::ArrayCreate<Array::Array2dReal64>(result->GetDescriptorLength(),
+                                                                           table->Capacity(), 0, 0));
+            table->Append(*result);
+        }
+        return;
+    }
 
     if (descriptor == "none")
         return;

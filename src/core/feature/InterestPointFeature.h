@@ -109,6 +109,13 @@ public:
     int GetSurfSubregionSize() const { return mSurfSubregionSize; }
     int GetSurfSpaciality() const { return mSurfSpaciality; }
 
+    // The feature owns the table from here on and deletes what it held before.
+    void SetForest(FeatureTable* forest);
+    Array::Array2dReal64* GetCodebook() const { return mCodebook; }
+    Array::Array2dReal64* GetCodebookReduce() const { return mCodebookReduce; }
+    FeatureTable* GetForest() const { return mForest; }
+    Matrix::MatList* GetCodebookDiffStat() const { return mCodebookDiffStat; }
+
 private:
     // "huesift": SIFT at the table's points joined with their hue histograms x 512.
     void JoinHueToSift(PointDescriptorTable* table, Array::Array2dVec3UInt8* image);

@@ -1,6 +1,9 @@
 #include "core/feature/codebook/CodebookMatrices.h"
 
 #include "basis/Report.h"
+#include "core/feature/codebook/TakeLastMatrix.h"
+#include "persistency/CodebookLocator.h"
+#include "persistency/CodebookRepositoryInFile.h"
 
 namespace Tavlin
 {
@@ -9,23 +12,17 @@ namespace Core
 namespace Feature
 {
 
-Matrix::MatList* GetCodebookMatrices(Persistency::CodebookLocator&, const std::string&)
+Matrix::MatList* GetCodebookMatrices(Persistency::CodebookLocator& locator, const std::string& kind)
 {
-    return nullptr;
+    locator.SetCodebookKind(kind);
+    return Persistency::CodebookRepository().Get(locator);
 }
 
 Array::Array2dReal64* GetCodebookWords(Persistency::CodebookLocator& locator, log4cpp::Category& log)
 {
-    Matrix::MatList* list = GetCodebookMatrices(locator, "codebook");
-    if (!list || list->empty())
-    {
-        DeleteMatList(list);
+    Array::Array2dReal64* words = TakeLastMatrix(GetCodebookMatrices(locator, "codebook"));
+    if (!words)
         TLOG_ERROR(log, "Codebook not found");
-        return nullptr;
-    }
-    Array::Array2dReal64* words = list->back();
-    list->pop_back();
-    DeleteMatList(list);
     return words;
 }
 
