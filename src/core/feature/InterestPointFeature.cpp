@@ -521,6 +521,14 @@ void InterestPointFeature::ComputeDescriptors(PointDescriptorTable*& table, Arra
             const int cellSize = parser.GetInt('-', false);
             TLOG_DEBUG(sLog, "spacing=" << spacing << "; cellSize=" << cellSize << "; sigma=" << 1);
             std::unique_ptr<PointDescriptorTable> result(DenseSift(image, descriptor, spacing, cellSize, 1.0, 4));
+            if (table->Size() == 0)
+            {
+                // Nothing to append to: the result becomes the table.
+                result->SetFeatureDefinition(table->GetFeatureDefinition());
+                delete table;
+                table = result.release();
+                continue;
+            }
             if (table->GetDescriptorLength() != result->GetDescriptorLength())
                 table->SetStorage(Array::ArrayCreate<Array::Array2dReal64>(result->GetDescriptorLength(),
                                                                            table->Capacity(), 0, 0));
