@@ -27,6 +27,7 @@
 #include "core/feature/PointDescriptorIO.h"
 #include "core/feature/PointDescriptorTable.h"
 #include "core/feature/codebook/CodebookMatrices.h"
+#include "core/feature/codebook/RowsAsPointTable.h"
 #include "core/feature/codebook/SpatialQuantizer.h"
 #include "core/matrix/MatCreate.h"
 #include "core/matrix/MatMul.h"
@@ -335,6 +336,9 @@ bool InterestPointFeature::ProjectPoints(std::unique_ptr<PointDescriptorTable>& 
                 Vector::VectorTem<double> row = result->GetVector(i);
                 mResult->AddVector(quid, i, row);
             }
+        // What is written is the quantizer's rows, not the points.
+        if (mode == "fisher")
+            table.reset(RowsAsPointTable(*result, table->GetFeatureDefinition()));
     }
     else
     {
