@@ -14,9 +14,12 @@
 #include "basis/Timer.h"
 #include "core/array/Array2dTem.h"
 #include "core/array/ReadFile.h"
+#include "core/feature/FeatureTable.h"
 #include "core/feature/InterestPointFeature.h"
+#include "core/feature/codebook/ReadCodebook.h"
 #include "persistency/File.h"
 #include "persistency/FileLocator.h"
+#include "persistency/FileSystem.h"
 #include "persistency/Locator.h"
 #include "persistency/RepositoryInFileSystem.h"
 #include "util/IOBuffer.h"
@@ -90,6 +93,70 @@ log4cpp::Category& DriverLog()
     return sLog;
 }
 
+// A matrix read like a codebook from `name`, resolved in the current directory; null
+// after the messages when it cannot be read. The codebook goes through GetFile, the
+// reduction matrix through its file system's path lookup.
+Core::Array::Array2dReal64* ReadMatrixFile(const std::string& name, bool asCodebook, const char* nullBufferMessage)
+{
+    log4cpp::Category& sLog = DriverLog();
+    Persistency::FileLocator locator(Persistency::Locator("file:", "direct"), name);
+    Persistency::RepositoryInFileSystem& repository = Persistency::RepositoryInFileSystem::GetInstance();
+    Persistency::File file = repository.GetFile(locator, false, false);
+    if (!asCodebook)
+    {
+        Persistency::FileSystem* fs = repository.GetFS(locator);
+        file = Persistency::File(fs->GetFilePath("", name, false, false), fs, false);
+    }
+    std::unique_ptr<Util::IOBuffer> buffer(file.GetReadBuffer());
+    if (!buffer)
+    {
+        TLOG_ERROR(sLog, nullBufferMessage);
+        return nullptr;
+    }
+    return Core::Feature::ReadCodebookFromBuffer(buffer.get());
+}
+
+// Reads the codebook, the optional reduction matrix and, for the forest mode, the
+// codebook file as a table, and hands them to the feature. False, after a message,
+// when anything asked for cannot be had: no run goes on with a missing matrix.
+bool LoadCodebook(CmdOptions& options, const std::string& codebookName, Core::Feature::InterestPointFeature& feature)
+{
+    log4cpp::Category& sLog = DriverLog();
+    std::unique_ptr<Core::Array::Array2dReal64> codebook(
+        ReadMatrixFile(codebookName, true, "SetCodebook: IOBuffer is 0"));
+    if (!codebook || codebook->Height() < 1)
+    {
+        TLOG_ERROR(sLog, "[ERROR] Could not read a codebook with words from " << codebookName);
+        return false;
+    }
+    std::unique_ptr<Core::Array::Array2dReal64> reduce;
+    const std::string reduceName = options.GetString("descriptorReduce", "");
+    if (!reduceName.empty())
+    {
+        reduce.reset(ReadMatrixFile(reduceName, false, "SetCodebook-reduce: IOBuffer is 0"));
+        if (!reduce)
+        {
+            TLOG_ERROR(sLog, "[ERROR] Could not read the descriptorReduce matrix from " << reduceName);
+            return false;
+        }
+    }
+    feature.SetCodebook(codebook.release(), reduce.release());
+
+    if (options.GetString("codebookMode", "hard") == "forest")
+    {
+        Persistency::File file = Persistency::RepositoryGetFile(codebookName, false, false);
+        std::unique_ptr<Util::IOBuffer> buffer(file.GetReadBuffer());
+        Core::Feature::FeatureTable* forest = buffer ? Core::Feature::ReadCodebookTable(buffer.get()) : nullptr;
+        if (!forest)
+        {
+            TLOG_ERROR(sLog, "[ERROR] Mode forest needs the codebook as a table file: " << codebookName);
+            return false;
+        }
+        feature.SetForest(forest);
+    }
+    return true;
+}
+
 int RunLumisk(int argc, char** argv)
 {
     // Keep freed planes in the heap: handing them back to the system and faulting them
@@ -141,15 +208,12 @@ int RunLumisk(int argc, char** argv)
     const std::string codebookName = options.GetString("codebook", "");
     if (!codebookName.empty())
     {
-        Persistency::FileLocator locator(Persistency::Locator("file:", "direct"), codebookName);
-        Persistency::File file = Persistency::RepositoryInFileSystem::GetInstance().GetFile(locator, false, false);
-        std::unique_ptr<Util::IOBuffer> buffer(file.GetReadBuffer());
-        if (!buffer)
-            TLOG_ERROR(sLog, "SetCodebook: IOBuffer is 0");
-        // Projection onto a codebook is not part of this build; running on without it
-        // would write unprojected files under the name of projected ones.
-        TLOG_ERROR(sLog, "[ERROR] Codebook projection is not available in this build: " << codebookName);
-        return 1;
+        if (!LoadCodebook(options, codebookName, feature))
+            return 1;
+        feature.ConfigurePyramid(*properties);
+        if (!feature.PrepareCodebookMode())
+            return 1;
+        TLOG_INFO(sLog, "Loaded codebook at " << totalTimer.SplitTimeStr(1.0));
     }
 
     std::vector<std::string> inputs;
