@@ -14,9 +14,12 @@
 #include "basis/Timer.h"
 #include "core/array/Array2dTem.h"
 #include "core/array/ReadFile.h"
+#include "core/feature/FeatureTable.h"
 #include "core/feature/InterestPointFeature.h"
+#include "core/feature/codebook/ReadCodebook.h"
 #include "persistency/File.h"
 #include "persistency/FileLocator.h"
+#include "persistency/FileSystem.h"
 #include "persistency/Locator.h"
 #include "persistency/RepositoryInFileSystem.h"
 #include "util/IOBuffer.h"
@@ -39,7 +42,9 @@ const char* const sUsage =
     "\n"
     "Give one image (JPEG, PNG or raw array), or with --batch a text file that\n"
     "lists one image per line. The README describes every option, the output\n"
-    "formats and the exit statuses.";
+    "formats and the exit statuses. --drawRegions writes a PNG picture of the\n"
+    "input with each point drawn as a circle of radius 3 x scale, coloured from\n"
+    "blue (weakest) to red (strongest cornerness).";
 
 // Kept out of the usage listing; all of them stay usable.
 const char* const sHiddenOptions[] = {
@@ -68,12 +73,13 @@ void ReadBatchFile(const std::string& name, std::vector<std::string>& inputs)
 }
 
 // The file an option names for one input: in a batch the option names a directory and
-// the file inside it is the input's base name plus ".bin".
-Persistency::File ResolveFile(const std::string& value, bool batch, const std::string& base, bool write)
+// the file inside it is the input's base name plus the extension.
+Persistency::File ResolveFile(const std::string& value, bool batch, const std::string& base, bool write,
+                              const char* extension = ".bin")
 {
     if (value.empty())
         return Persistency::File();
-    return Persistency::RepositoryGetFile(batch ? FileNameConcat(value, base + ".bin") : value, write, false);
+    return Persistency::RepositoryGetFile(batch ? FileNameConcat(value, base + extension) : value, write, false);
 }
 
 bool FlagValue(const std::string& value)
@@ -85,6 +91,70 @@ log4cpp::Category& DriverLog()
 {
     static log4cpp::Category& sLog = log4cpp::Category::getInstance("Sandbox.vesk.mainLumisk");
     return sLog;
+}
+
+// A matrix read like a codebook from `name`, resolved in the current directory; null
+// after the messages when it cannot be read. The codebook goes through GetFile, the
+// reduction matrix through its file system's path lookup.
+Core::Array::Array2dReal64* ReadMatrixFile(const std::string& name, bool asCodebook, const char* nullBufferMessage)
+{
+    log4cpp::Category& sLog = DriverLog();
+    Persistency::FileLocator locator(Persistency::Locator("file:", "direct"), name);
+    Persistency::RepositoryInFileSystem& repository = Persistency::RepositoryInFileSystem::GetInstance();
+    Persistency::File file = repository.GetFile(locator, false, false);
+    if (!asCodebook)
+    {
+        Persistency::FileSystem* fs = repository.GetFS(locator);
+        file = Persistency::File(fs->GetFilePath("", name, false, false), fs, false);
+    }
+    std::unique_ptr<Util::IOBuffer> buffer(file.GetReadBuffer());
+    if (!buffer)
+    {
+        TLOG_ERROR(sLog, nullBufferMessage);
+        return nullptr;
+    }
+    return Core::Feature::ReadCodebookFromBuffer(buffer.get());
+}
+
+// Reads the codebook, the optional reduction matrix and, for the forest mode, the
+// codebook file as a table, and hands them to the feature. False, after a message,
+// when anything asked for cannot be had: no run goes on with a missing matrix.
+bool LoadCodebook(CmdOptions& options, const std::string& codebookName, Core::Feature::InterestPointFeature& feature)
+{
+    log4cpp::Category& sLog = DriverLog();
+    std::unique_ptr<Core::Array::Array2dReal64> codebook(
+        ReadMatrixFile(codebookName, true, "SetCodebook: IOBuffer is 0"));
+    if (!codebook || codebook->Height() < 1)
+    {
+        TLOG_ERROR(sLog, "[ERROR] Could not read a codebook with words from " << codebookName);
+        return false;
+    }
+    std::unique_ptr<Core::Array::Array2dReal64> reduce;
+    const std::string reduceName = options.GetString("descriptorReduce", "");
+    if (!reduceName.empty())
+    {
+        reduce.reset(ReadMatrixFile(reduceName, false, "SetCodebook-reduce: IOBuffer is 0"));
+        if (!reduce)
+        {
+            TLOG_ERROR(sLog, "[ERROR] Could not read the descriptorReduce matrix from " << reduceName);
+            return false;
+        }
+    }
+    feature.SetCodebook(codebook.release(), reduce.release());
+
+    if (options.GetString("codebookMode", "hard") == "forest")
+    {
+        Persistency::File file = Persistency::RepositoryGetFile(codebookName, false, false);
+        std::unique_ptr<Util::IOBuffer> buffer(file.GetReadBuffer());
+        Core::Feature::FeatureTable* forest = buffer ? Core::Feature::ReadCodebookTable(buffer.get()) : nullptr;
+        if (!forest)
+        {
+            TLOG_ERROR(sLog, "[ERROR] Mode forest needs the codebook as a table file: " << codebookName);
+            return false;
+        }
+        feature.SetForest(forest);
+    }
+    return true;
 }
 
 int RunLumisk(int argc, char** argv)
@@ -138,15 +208,12 @@ int RunLumisk(int argc, char** argv)
     const std::string codebookName = options.GetString("codebook", "");
     if (!codebookName.empty())
     {
-        Persistency::FileLocator locator(Persistency::Locator("file:", "direct"), codebookName);
-        Persistency::File file = Persistency::RepositoryInFileSystem::GetInstance().GetFile(locator, false, false);
-        std::unique_ptr<Util::IOBuffer> buffer(file.GetReadBuffer());
-        if (!buffer)
-            TLOG_ERROR(sLog, "SetCodebook: IOBuffer is 0");
-        // Projection onto a codebook is not part of this build; running on without it
-        // would write unprojected files under the name of projected ones.
-        TLOG_ERROR(sLog, "[ERROR] Codebook projection is not available in this build: " << codebookName);
-        return 1;
+        if (!LoadCodebook(options, codebookName, feature))
+            return 1;
+        feature.ConfigurePyramid(*properties);
+        if (!feature.PrepareCodebookMode())
+            return 1;
+        TLOG_INFO(sLog, "Loaded codebook at " << totalTimer.SplitTimeStr(1.0));
     }
 
     std::vector<std::string> inputs;
@@ -159,6 +226,7 @@ int RunLumisk(int argc, char** argv)
     const std::string loadRegions = options.GetString("loadRegions", "");
     const std::string saveRegions = options.GetString("saveRegions", "");
     const std::string output = options.GetString("output", "");
+    const std::string drawRegions = options.GetString("drawRegions", "");
 
     for (const std::string& entry : inputs)
     {
@@ -170,6 +238,7 @@ int RunLumisk(int argc, char** argv)
         Persistency::File loadRegionsFile = ResolveFile(loadRegions, batch, base, false);
         Persistency::File saveRegionsFile = ResolveFile(saveRegions, batch, base, true);
         Persistency::File outputFile = ResolveFile(output, batch, base, true);
+        Persistency::File drawRegionsFile = ResolveFile(drawRegions, batch, base, true, ".png");
         Core::Array::Array2dVec3UInt8* image = nullptr;
         Core::Array::ReadFile(image, inputFile);
         if (!image)
@@ -179,7 +248,8 @@ int RunLumisk(int argc, char** argv)
         }
         TLOG_INFO(sLog, "Loaded " << entry << " at " << Timer::Format(totalTimer.SplitTime()));
         std::unique_ptr<Core::Array::Array2dVec3UInt8> owned(image);
-        if (!feature.FindInterestPoints(image, Quid(0), outputFile, false, loadRegionsFile, saveRegionsFile))
+        if (!feature.FindInterestPoints(image, Quid(0), outputFile, false, loadRegionsFile, saveRegionsFile,
+                                        drawRegionsFile))
         {
             TLOG_ERROR(sLog, "Extracting interest points/descriptors failed somehow.");
             return 1;

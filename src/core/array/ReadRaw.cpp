@@ -46,9 +46,17 @@ bool ReadHeader(Util::IOBuffer* buffer, RawHeader& h)
                                  h.compressor, &h.linesPerChunk);
 }
 
-// Refuses sizes that no array can have, so that no product below overflows.
+// Beyond what the buffer can deliver, an announced payload is refused only past this
+// margin, so that a truncated file of ordinary size still yields what arrived.
+const long long sAllocationSlack = 1LL << 26;
+// Deflate expands at most about 1032 times.
+const long long sZlibRatio = 1100;
+
+// Refuses sizes that no array can have, so that no product below overflows, and sizes
+// that the rest of the buffer cannot fill, so that a garbage header allocates nothing.
 template <class ArrayT>
-bool ComputeSizes(RawHeader& h, log4cpp::Category& log, const char* name)
+bool ComputeSizes(RawHeader& h, Util::IOBuffer* buffer, int64_t payloadStart, log4cpp::Category& log,
+                  const char* name)
 {
     const long long valueSize = static_cast<long long>(sizeof(typename ArrayT::StorType));
     bool valid = h.width >= 0 && h.height >= 0 && h.nr >= 0;
@@ -62,9 +70,24 @@ bool ComputeSizes(RawHeader& h, log4cpp::Category& log, const char* name)
         h.bytes = all;
     }
     if (!valid)
+    {
         TLOG_ERROR(log, "[" << name << "] invalid array size in header: width " << h.width << ", height " << h.height
                             << ", nr " << h.nr);
-    return valid;
+        return false;
+    }
+    const long long left = std::max<long long>(0, buffer->Size() - payloadStart);
+    long long most = left;
+    if (h.binary == 0)
+        most = left * valueSize; // at least one character a value
+    else if (h.linesPerChunk > 0)
+        most = left < sMaxPayloadBytes / sZlibRatio ? left * sZlibRatio : sMaxPayloadBytes;
+    if (h.bytes > most && h.bytes - most > sAllocationSlack)
+    {
+        TLOG_ERROR(log, "[" << name << "] header announces " << h.bytes << " bytes an array, the buffer holds "
+                            << left);
+        return false;
+    }
+    return true;
 }
 
 // The payload is written as one block from the first image pixel on.
@@ -82,7 +105,8 @@ bool TargetHolds(ArrayT* a, const RawHeader& h, log4cpp::Category& log, const ch
     return true;
 }
 
-// Reads one array's payload into a. False when nothing more can follow.
+// Reads one array's payload into a. False when it did not arrive whole; later
+// compressed runs of the same array are still tried.
 template <class ArrayT>
 bool ReadPayload(ArrayT* a, Util::IOBuffer* buffer, const RawHeader& h, log4cpp::Category& log)
 {
@@ -116,6 +140,7 @@ bool ReadPayload(ArrayT* a, Util::IOBuffer* buffer, const RawHeader& h, log4cpp:
         return true;
     }
 
+    bool complete = true;
     for (long long y = 0; y < h.height;)
     {
         const long long rows = std::min(h.linesPerChunk, h.height - y);
@@ -129,13 +154,16 @@ bool ReadPayload(ArrayT* a, Util::IOBuffer* buffer, const RawHeader& h, log4cpp:
         else
             TLOG_ERROR(log, "Unknown compressor: " << h.compressor);
         if (count != runBytes)
+        {
             TLOG_ERROR(log, "read " << count << " bytes instead of " << runBytes);
+            complete = false;
+        }
         // No later run can be read when this one moved nothing.
         if (buffer->GetPosition() == before)
             return false;
         y += rows;
     }
-    return true;
+    return complete;
 }
 
 } // namespace
@@ -208,13 +236,13 @@ bool ReadRawHeader(Util::IOBuffer* buffer, long long* version, long long* binary
 }
 
 template <class ArrayT>
-void ReadRaw(ArrayT*& dst, Util::IOBuffer* buffer)
+bool ReadRaw(ArrayT*& dst, Util::IOBuffer* buffer)
 {
     static log4cpp::Category& sLog = log4cpp::Category::getInstance("Tavlin.Core.Array.ReadRaw");
     if (!buffer || !buffer->Valid())
     {
         TLOG_ERROR(sLog, "[ReadRaw] invalid io buffer");
-        return;
+        return false;
     }
     const int64_t start = buffer->GetPosition();
     RawHeader h;
@@ -223,8 +251,10 @@ void ReadRaw(ArrayT*& dst, Util::IOBuffer* buffer)
         h.width = dst->Width();
         h.height = dst->Height();
     }
-    if (!ReadHeader<ArrayT>(buffer, h) || !ComputeSizes<ArrayT>(h, sLog, "ReadRaw"))
-        return;
+    if (!ReadHeader<ArrayT>(buffer, h) ||
+        !ComputeSizes<ArrayT>(h, buffer, h.binary == 0 ? buffer->GetPosition() : start + sHeaderSize, sLog,
+                              "ReadRaw"))
+        return false;
 
     const bool created = !dst;
     if (created)
@@ -236,28 +266,29 @@ void ReadRaw(ArrayT*& dst, Util::IOBuffer* buffer)
             delete dst;
             dst = nullptr;
         }
-        return;
+        return false;
     }
 
     if (h.binary != 0)
         buffer->SetPosition(start + sHeaderSize);
     // Empty arrays have nothing to read, unless compressed runs stand in the stream.
     const bool empty = h.bytes == 0 && !(h.binary != 0 && h.linesPerChunk > 0 && h.height > 0);
-    for (long long i = 0; i < h.nr && !empty; ++i)
-        if (!ReadPayload(dst, buffer, h, sLog))
-            break;
+    bool complete = true;
+    for (long long i = 0; i < h.nr && !empty && complete; ++i)
+        complete = ReadPayload(dst, buffer, h, sLog);
     if (h.binary == 0)
         buffer->ReadLine();
+    return complete;
 }
 
 template <class ArrayT>
-void ReadRawList(std::vector<ArrayT*>& list, Util::IOBuffer* buffer)
+bool ReadRawList(std::vector<ArrayT*>& list, Util::IOBuffer* buffer)
 {
     static log4cpp::Category& sLog = log4cpp::Category::getInstance("Tavlin.Core.Array.ReadRawList");
     if (!buffer || !buffer->Valid())
     {
         TLOG_ERROR(sLog, "[ReadRawList] invalid io buffer");
-        return;
+        return false;
     }
     const int64_t start = buffer->GetPosition();
     RawHeader h;
@@ -266,8 +297,12 @@ void ReadRawList(std::vector<ArrayT*>& list, Util::IOBuffer* buffer)
         h.width = list[0]->Width();
         h.height = list[0]->Height();
     }
-    if (!ReadHeader<ArrayT>(buffer, h) || !ComputeSizes<ArrayT>(h, sLog, "ReadRawList"))
-        return;
+    if (!ReadHeader<ArrayT>(buffer, h))
+        return false;
+    // A text payload follows the header line, a binary one the 200 header bytes.
+    const int64_t payloadStart = h.binary == 0 ? buffer->GetPosition() : start + sHeaderSize;
+    if (!ComputeSizes<ArrayT>(h, buffer, payloadStart, sLog, "ReadRawList"))
+        return false;
 
     // A garbage count must not make millions of arrays: each array needs at least its
     // plain bytes, 12 bytes a compressed run, or two characters a text value.
@@ -276,8 +311,6 @@ void ReadRawList(std::vector<ArrayT*>& list, Util::IOBuffer* buffer)
         least = 2 * (h.bytes / static_cast<long long>(sizeof(typename ArrayT::StorType)));
     else if (h.linesPerChunk > 0)
         least = 12 * ((h.height + h.linesPerChunk - 1) / h.linesPerChunk);
-    // A text payload follows the header line, a binary one the 200 header bytes.
-    const int64_t payloadStart = h.binary == 0 ? buffer->GetPosition() : start + sHeaderSize;
     const long long left = std::max<long long>(0, buffer->Size() - payloadStart);
     const long long most = least > 0 ? left / least + 1 : (1LL << 20);
     long long nr = h.nr;
@@ -291,15 +324,20 @@ void ReadRawList(std::vector<ArrayT*>& list, Util::IOBuffer* buffer)
         list.push_back(ArrayCreate<ArrayT>(h.width, h.height, 0, 0, nullptr, false));
     for (long long i = 0; i < nr; ++i)
         if (!list[i] || !TargetHolds(list[i], h, sLog, "ReadRawList"))
-            return;
+            return false;
 
     if (h.binary != 0)
         buffer->SetPosition(start + sHeaderSize);
+    bool complete = nr == h.nr;
     for (long long i = 0; i < nr; ++i)
         if (!ReadPayload(list[i], buffer, h, sLog))
+        {
+            complete = false;
             break;
+        }
     if (h.binary == 0)
         buffer->ReadLine();
+    return complete;
 }
 
 template bool ReadRawHeader<Array2dReal64>(Util::IOBuffer*, long long*, long long*, long long*, long long*,
@@ -308,10 +346,10 @@ template bool ReadRawHeader<Array2dUInt64>(Util::IOBuffer*, long long*, long lon
                                            long long*, long long*, std::string&, long long*);
 template bool ReadRawHeader<Array2dVec3UInt8>(Util::IOBuffer*, long long*, long long*, long long*, long long*,
                                               long long*, long long*, std::string&, long long*);
-template void ReadRaw<Array2dReal64>(Array2dReal64*&, Util::IOBuffer*);
-template void ReadRaw<Array2dUInt64>(Array2dUInt64*&, Util::IOBuffer*);
-template void ReadRaw<Array2dVec3UInt8>(Array2dVec3UInt8*&, Util::IOBuffer*);
-template void ReadRawList<Array2dReal64>(std::vector<Array2dReal64*>&, Util::IOBuffer*);
+template bool ReadRaw<Array2dReal64>(Array2dReal64*&, Util::IOBuffer*);
+template bool ReadRaw<Array2dUInt64>(Array2dUInt64*&, Util::IOBuffer*);
+template bool ReadRaw<Array2dVec3UInt8>(Array2dVec3UInt8*&, Util::IOBuffer*);
+template bool ReadRawList<Array2dReal64>(std::vector<Array2dReal64*>&, Util::IOBuffer*);
 
 } // namespace Array
 } // namespace Core

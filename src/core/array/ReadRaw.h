@@ -35,13 +35,16 @@ bool ReadRawHeader(Util::IOBuffer* buffer, long long* version, long long* binary
 
 // Reads into dst, creating it (without border) when null. With nr above 1 every
 // payload lands in the same array, so the last remains. dst stays null when the
-// header is refused; a short payload is logged and leaves what arrived.
+// header is refused; a short payload is logged and leaves what arrived. True when
+// everything announced arrived. A payload far beyond what the buffer holds is refused
+// before anything is allocated.
 template <class ArrayT>
-void ReadRaw(ArrayT*& dst, Util::IOBuffer* buffer);
+bool ReadRaw(ArrayT*& dst, Util::IOBuffer* buffer);
 
-// Array i of the list receives payload i; missing entries are created.
+// Array i of the list receives payload i; missing entries are created. True when
+// every announced array arrived whole.
 template <class ArrayT>
-void ReadRawList(std::vector<ArrayT*>& list, Util::IOBuffer* buffer);
+bool ReadRawList(std::vector<ArrayT*>& list, Util::IOBuffer* buffer);
 
 extern template bool ReadRawHeader<Array2dReal64>(Util::IOBuffer*, long long*, long long*, long long*, long long*,
                                                   long long*, long long*, std::string&, long long*);
@@ -49,10 +52,10 @@ extern template bool ReadRawHeader<Array2dUInt64>(Util::IOBuffer*, long long*, l
                                                   long long*, long long*, std::string&, long long*);
 extern template bool ReadRawHeader<Array2dVec3UInt8>(Util::IOBuffer*, long long*, long long*, long long*,
                                                      long long*, long long*, long long*, std::string&, long long*);
-extern template void ReadRaw<Array2dReal64>(Array2dReal64*&, Util::IOBuffer*);
-extern template void ReadRaw<Array2dUInt64>(Array2dUInt64*&, Util::IOBuffer*);
-extern template void ReadRaw<Array2dVec3UInt8>(Array2dVec3UInt8*&, Util::IOBuffer*);
-extern template void ReadRawList<Array2dReal64>(std::vector<Array2dReal64*>&, Util::IOBuffer*);
+extern template bool ReadRaw<Array2dReal64>(Array2dReal64*&, Util::IOBuffer*);
+extern template bool ReadRaw<Array2dUInt64>(Array2dUInt64*&, Util::IOBuffer*);
+extern template bool ReadRaw<Array2dVec3UInt8>(Array2dVec3UInt8*&, Util::IOBuffer*);
+extern template bool ReadRawList<Array2dReal64>(std::vector<Array2dReal64*>&, Util::IOBuffer*);
 
 } // namespace Array
 } // namespace Core

@@ -91,6 +91,7 @@ void WriteRaw(ArrayT* array, Util::IOBuffer* buffer, int binary)
 }
 
 template void WriteRaw<Array2dReal64>(Array2dReal64*, Util::IOBuffer*, int);
+template void WriteRaw<Array2dVec3UInt8>(Array2dVec3UInt8*, Util::IOBuffer*, int);
 
 } // namespace Array
 } // namespace Core

@@ -2,7 +2,8 @@
 // (binary 1, version 1 header) or compressed (binary 3, version 3 header) in runs of
 // rows of at most 16 MiB, each run one chunked zlib stream. A row wider than that
 // leaves the run length 0, which means plain storage under the version 3 header. An
-// array without border width goes out in one Write. Instance: Array2dReal64.
+// array without border width goes out in one Write. Instances: Array2dReal64, and
+// Array2dVec3UInt8 for patches written as diagnostics.
 #ifndef TAVLIN_CORE_ARRAY_WRITERAW_H
 #define TAVLIN_CORE_ARRAY_WRITERAW_H
 
@@ -25,6 +26,7 @@ template <class ArrayT>
 void WriteRaw(ArrayT* array, Util::IOBuffer* buffer, int binary);
 
 extern template void WriteRaw<Array2dReal64>(Array2dReal64*, Util::IOBuffer*, int);
+extern template void WriteRaw<Array2dVec3UInt8>(Array2dVec3UInt8*, Util::IOBuffer*, int);
 
 } // namespace Array
 } // namespace Core

@@ -2,7 +2,6 @@
 
 #include <iostream>
 
-#include "basis/Report.h"
 
 namespace Tavlin
 {
@@ -49,17 +48,6 @@ void FeatureTable::Dump(int start, int end, int elemsShown) const
         out << ")" << std::endl;
     }
     out << std::endl;
-}
-
-int GetCodebookLength(FeatureTable* table)
-{
-    static log4cpp::Category& sLog = log4cpp::Category::getInstance("Tavlin.Core.Feature.FeatureTable");
-    if (!table || table->Size() < 1)
-    {
-        TLOG_ERROR(sLog, "[GetCodebookLength] empty codebook table");
-        return 0;
-    }
-    return static_cast<int32_t>(table->GetQuid(table->Size() - 1).GetSecond()) + 1;
 }
 
 } // namespace Feature

@@ -33,10 +33,6 @@ private:
     FeatureDefinition mFeatureDefinition;
 };
 
-// The number of words of a codebook: the id of the last row's Quid plus one; 0 after a
-// reported error for an empty table.
-int GetCodebookLength(FeatureTable* table);
-
 } // namespace Feature
 } // namespace Core
 } // namespace Tavlin

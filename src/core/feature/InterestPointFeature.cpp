@@ -9,19 +9,30 @@
 #include "basis/CmdOptions.h"
 #include "basis/Report.h"
 #include "basis/String.h"
+#include "basis/StringList.h"
 #include "basis/Timer.h"
 #include "core/array/ArrayFactories.h"
 #include "core/array/MakeRoi.h"
+#include "core/feature/DrawRegions.h"
 #include "core/feature/descriptor/CalculateFISTDescriptors.h"
 #include "core/feature/descriptor/CalculateSurfDescriptors.h"
 #include "core/feature/descriptor/CalculateVIFTDescriptors.h"
+#include "core/feature/descriptor/DenseSift.h"
+#include "core/feature/descriptor/RegionDescriptors.h"
 #include "core/feature/detector/DenseDetectors.h"
 #include "core/feature/FeatureTable.h"
+#include "core/feature/FeatureTableResult.h"
 #include "core/feature/detector/HarrisLaplaceDetector.h"
 #include "core/feature/detector/LaplacianDetector.h"
 #include "core/feature/PointDescriptorIO.h"
 #include "core/feature/PointDescriptorTable.h"
+#include "core/feature/codebook/CodebookMatrices.h"
+#include "core/feature/codebook/RowsAsPointTable.h"
+#include "core/feature/codebook/SpatialQuantizer.h"
+#include "core/matrix/MatCreate.h"
+#include "core/matrix/MatMul.h"
 #include "core/geometry/Rectangle.h"
+#include "core/matrix/MatConcatenateHorizontal.h"
 #include "util/IOBuffer.h"
 #include "util/StringParser.h"
 
@@ -45,6 +56,7 @@ void InterestPointFeature::AddCmdOptions()
     options.AddOption(0, "recGauss", "", "0");
     options.AddOption(0, "loadRegions", "filename", "");
     options.AddOption(0, "saveRegions", "filename", "");
+    options.AddOption(0, "drawRegions", "picture.png", "");
     options.AddOption(0, "descriptor", "mode", "");
     options.AddOption(0, "output", "filename", "");
     options.AddOption(0, "outputFormat", "mode", "");
@@ -144,11 +156,25 @@ InterestPointFeature::InterestPointFeature(Util::PropertySet& properties) : mPro
 InterestPointFeature::~InterestPointFeature()
 {
     delete mClusterInputData;
+    delete mCodebook;
+    delete mCodebookReduce;
+    delete mForest;
+    DeleteMatList(mCodebookDiffStat);
+    delete mQuantizer;
+    for (Geometry::InterestPointSelector* selector : mPointSelectors)
+        delete selector;
+}
+
+void InterestPointFeature::SetForest(FeatureTable* forest)
+{
+    if (forest != mForest)
+        delete mForest;
+    mForest = forest;
 }
 
 bool InterestPointFeature::FindInterestPoints(Array::Array2dVec3UInt8* image, Quid quid, Persistency::File output,
                                               bool imageIsRegion, Persistency::File loadRegions,
-                                              Persistency::File saveRegions)
+                                              Persistency::File saveRegions, Persistency::File drawRegions)
 {
     TLOG_DEBUG(sLog, "start FindInterestPoints");
     const std::string detector = mProperties->GetString("detector", "");
@@ -201,6 +227,14 @@ bool InterestPointFeature::FindInterestPoints(Array::Array2dVec3UInt8* image, Qu
             return false;
     }
 
+    // Before any descriptor routine can replace the points; a failed picture is
+    // reported and the run goes on, as for the other files.
+    if (drawRegions.Valid())
+    {
+        TLOG_DEBUG(sLog, "Drawing regions");
+        DrawRegionsToFile(image, *table, imageIsRegion ? 0 : mBorderWidth, drawRegions);
+    }
+
     if (descriptor.empty())
     {
         if (output.Valid())
@@ -235,28 +269,87 @@ bool InterestPointFeature::FindInterestPoints(Array::Array2dVec3UInt8* image, Qu
         table.reset(raw);
         TLOG_DEBUG(sLog, "[Timing] Descriptors finished at " << timer.SplitTimeStr());
 
-        if (mKeepLimited >= 1 && mKeepLimited < table->Size())
+        if (mCodebook)
         {
-            TLOG_DEBUG(sLog, "reducing point count");
-            raw = table.release();
-            KeepLimited(raw);
-            table.reset(raw);
-        }
-        if (!mClusterInput)
-        {
-            TLOG_DEBUG(sLog, "writing point list");
-            if (output.Valid())
-                table->ExportToFile(output, mBorderWidth, mOutputFormat);
-            else
-                TLOG_WARN(sLog, sNoOutput);
+            if (!ProjectPoints(table, working, quid, output))
+                return false;
         }
         else
         {
-            AddClusterInput(*table, quid);
+            if (mKeepLimited >= 1 && mKeepLimited < table->Size())
+            {
+                TLOG_DEBUG(sLog, "reducing point count");
+                raw = table.release();
+                KeepLimited(raw);
+                table.reset(raw);
+            }
+            if (!mClusterInput)
+            {
+                TLOG_DEBUG(sLog, "writing point list");
+                if (output.Valid())
+                    table->ExportToFile(output, mBorderWidth, mOutputFormat);
+                else
+                    TLOG_WARN(sLog, sNoOutput);
+            }
+            else
+            {
+                AddClusterInput(*table, quid);
+            }
         }
     }
 
     TLOG_DEBUG(sLog, "Completed " << mFeatureDefinition.AsString() << " in " << timer.SplitTimeStr());
+    return true;
+}
+
+bool InterestPointFeature::ProjectPoints(std::unique_ptr<PointDescriptorTable>& table,
+                                         Array::Array2dVec3UInt8* working, Quid quid, Persistency::File output)
+{
+    TLOG_DEBUG(sLog, "preparing for codebook");
+    Timer timer(1);
+    mTimeStats.MeasureNext();
+    const std::string mode = mProperties->GetString("codebookMode", "");
+    const int width = static_cast<int>(working->mWidth);
+    const int height = static_cast<int>(working->mHeight);
+    if (mode == "fisher" || mode == "kdhard" || mode == "closestword" || mode == "closestword5")
+    {
+        if (!mQuantizer)
+        {
+            TLOG_ERROR(sLog, "[ERROR] No quantizer for codebook mode " << mode);
+            return false;
+        }
+        if (mCodebookReduce)
+        {
+            std::unique_ptr<Array::Array2dReal64> descriptors(table->GetWrappedDescriptorMatrix());
+            Array::Array2dReal64* reduced = Matrix::MatMul(descriptors.get(), mCodebookReduce);
+            if (!reduced)
+                return false;
+            table->SetStorage(reduced);
+        }
+        std::unique_ptr<Vector::VectorSet<Array::Array2dReal64>> result(
+            mQuantizer->Quantize(table.get(), width, height));
+        if (!result)
+            return false;
+        if (mResult)
+            for (int i = 0; i < result->Size(); ++i)
+            {
+                Vector::VectorTem<double> row = result->GetVector(i);
+                mResult->AddVector(quid, i, row);
+            }
+        // What is written is the quantizer's rows, not the points.
+        if (mode == "fisher")
+            table.reset(RowsAsPointTable(*result, table->GetFeatureDefinition()));
+    }
+    else
+    {
+        table.reset(ProjectOntoCodebook(table.release(), mode, width, height, quid));
+        if (!table)
+            return false;
+    }
+    mTimeStats.MeasureLast();
+    TLOG_DEBUG(sLog, "Just codebook projection took: " << timer.SplitTimeStr());
+    if (output.Valid())
+        table->ExportToFile(output, mBorderWidth, mOutputFormat);
     return true;
 }
 
@@ -369,12 +462,16 @@ void InterestPointFeature::ComputeDescriptors(PointDescriptorTable*& table, Arra
 {
     // The first rule that matches decides; each family has its own block below.
 
-    // Hue histogram joined to SIFT. Until the hue histogram exists these names must not
-    // quietly run as a SIFT of the unknown colour model "hue".
-    const bool combined = descriptor == "huesift" || descriptor == "huefist";
+    // Hue histogram joined to SIFT: the SIFT vector, then the hue histogram x 512 in
+    // whole numbers.
+    if (descriptor == "huesift" || descriptor == "huefist")
+    {
+        JoinHueToSift(table, image);
+        return;
+    }
 
     // Sparse SIFT family at the detector's points.
-    if (!combined && (StringEndsWith(descriptor, "fist") || StringEndsWith(descriptor, "sift")))
+    if (StringEndsWith(descriptor, "fist") || StringEndsWith(descriptor, "sift"))
     {
         CalculateFISTDescriptors(image, table, descriptor);
         return;
@@ -405,13 +502,65 @@ void InterestPointFeature::ComputeDescriptors(PointDescriptorTable*& table, Arra
     }
 
     // Dense SIFT on its own grids.
+    if (StringEndsWith(descriptor, "dift") || StringEndsWith(descriptor, "dixt"))
+    {
+        // The detector's points are dropped: the grids make their own.
+        const FeatureDefinition definition = table->GetFeatureDefinition();
+        delete table;
+        table = new PointDescriptorTable(definition);
+        const std::string scales = mProperties->GetString("ds_scales", "");
+        if (scales.empty())
+        {
+            TLOG_WARN(sLog, "--ds_scales not set!");
+            return;
+        }
+        for (const std::string& entry : StringList(scales, '+'))
+        {
+            Util::StringParser parser(entry);
+            const int spacing = parser.GetInt('-', false);
+            const int cellSize = parser.GetInt('-', false);
+            TLOG_DEBUG(sLog, "spacing=" << spacing << "; cellSize=" << cellSize << "; sigma=" << 1);
+            std::unique_ptr<PointDescriptorTable> result(DenseSift(image, descriptor, spacing, cellSize, 1.0, 4));
+            if (table->Size() == 0)
+            {
+                // Nothing to append to: the result becomes the table.
+                result->SetFeatureDefinition(table->GetFeatureDefinition());
+                delete table;
+                table = result.release();
+                continue;
+            }
+            if (table->GetDescriptorLength() != result->GetDescriptorLength())
+                table->SetStorage(Array::ArrayCreate<Array::Array2dReal64>(result->GetDescriptorLength(),
+                                                                           table->Capacity(), 0, 0));
+            table->Append(*result);
+        }
+        return;
+    }
 
     if (descriptor == "none")
         return;
 
     // Region descriptors; names of no other family end here as unknown.
-    std::cerr << "[ERROR] Invalid descriptor name: " << descriptor << std::endl;
-    throw "Invalid descriptor name";
+    CalculateRegionDescriptors(image, table, descriptor);
+}
+
+void InterestPointFeature::JoinHueToSift(PointDescriptorTable* table, Array::Array2dVec3UInt8* image)
+{
+    CalculateRegionDescriptors(image, table, "huehistogram");
+    const int rows = table->Size();
+    const int length = table->GetDescriptorLength();
+    std::unique_ptr<Array::Array2dReal64> hue(Array::ArrayCreate<Array::Array2dReal64>(length, rows, 0, 0));
+    for (int i = 0; i < rows; ++i)
+    {
+        const double* v = table->GetDescriptor(i);
+        double* d = hue->PixelPtr(0, i);
+        // Histogram values lie in [0, 1], so the integer conversion is in range.
+        for (int k = 0; k < length; ++k)
+            d[k] = static_cast<int>(512.0 * v[k]);
+    }
+    CalculateFISTDescriptors(image, table, "sift");
+    std::unique_ptr<Array::Array2dReal64> sift(table->GetWrappedDescriptorMatrix());
+    table->SetStorage(Matrix::MatConcatenateHorizontal<Array::Array2dReal64>({sift.get(), hue.get()}));
 }
 
 } // namespace Feature

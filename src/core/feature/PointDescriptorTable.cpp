@@ -1,5 +1,7 @@
 #include "core/feature/PointDescriptorTable.h"
 
+#include <algorithm>
+#include <cstring>
 #include <memory>
 
 #include "basis/Report.h"
@@ -51,6 +53,33 @@ void PointDescriptorTable::SetDescriptorLength(int length)
 void PointDescriptorTable::SetStorage(Array::Array2dReal64* storage)
 {
     mColumn6.SetStorage(storage);
+}
+
+bool PointDescriptorTable::Append(const PointDescriptorTable& other)
+{
+    const int length = GetDescriptorLength();
+    if (other.GetDescriptorLength() != length)
+    {
+        TLOG_ERROR(sLog, "[Append] descriptor length " << other.GetDescriptorLength() << " differs from " << length);
+        return false;
+    }
+    const long long total = static_cast<long long>(mSize) + other.mSize;
+    if (total > 0x7fffffffLL || (total > Capacity() && !Reserve(static_cast<int>(total), true)) ||
+        (total > mColumn6.Capacity() && !mColumn6.Reserve(static_cast<int>(total), true)))
+    {
+        TLOG_ERROR(sLog, "[Append] table can not grow to " << total << " rows");
+        return false;
+    }
+    const size_t count = static_cast<size_t>(other.mSize);
+    std::copy(other.X(), other.X() + count, X() + mSize);
+    std::copy(other.Y(), other.Y() + count, Y() + mSize);
+    std::copy(other.Scale(), other.Scale() + count, Scale() + mSize);
+    std::copy(other.Orientation(), other.Orientation() + count, Orientation() + mSize);
+    std::copy(other.Cornerness(), other.Cornerness() + count, Cornerness() + mSize);
+    if (count > 0 && length > 0)
+        std::memcpy(GetDescriptor(mSize), other.GetDescriptor(0), count * length * sizeof(double));
+    mSize = static_cast<int>(total);
+    return true;
 }
 
 Array::Array2dReal64* PointDescriptorTable::GetWrappedDescriptorMatrix() const

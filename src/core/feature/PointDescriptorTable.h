@@ -69,6 +69,10 @@ public:
     // the new length, its height the store's capacity.
     void SetStorage(Array::Array2dReal64* storage);
 
+    // Adds the rows of `other`, points and descriptors, after this table's rows. False,
+    // after a report, when the descriptor lengths differ or the table can not grow.
+    bool Append(const PointDescriptorTable& other);
+
     // A new array wrapping the first Size() rows of the store, without copying.
     Array::Array2dReal64* GetWrappedDescriptorMatrix() const;
 

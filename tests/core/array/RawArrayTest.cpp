@@ -237,13 +237,22 @@ TEST(RawArrayRead, TruncatedAndImplausiblePayloadsAreReported)
          "[ReadRaw] invalid array size in header: width -5, height 2, nr 1\n", ""},
         {RawArrayFileBytes(real + "width: 4000000000000, height: 4000000000000, nr: 1"), false,
          "[ReadRaw] invalid array size in header: width 4000000000000, height 4000000000000, nr 1\n", ""},
+        // Far more than the file could hold: refused before anything is allocated.
+        {RawArrayFileBytes(real + "width: 100000, height: 100000, nr: 1", "0123456789"), false,
+         "[ReadRaw] header announces 80000000000 bytes an array, the buffer holds 10\n", ""},
+        {RawArrayFileBytes("version: 3, binary: 1, type: real64, elemSize: 1, width: 9000, height: 9000, nr: 1, "
+                           "zlib: 1"),
+         false,
+         "[ReadRaw] header announces 648000000 bytes an array, the buffer holds 0\n", ""},
     };
     for (const auto& c : cases)
     {
         SCOPED_TRACE(c.message);
         LogCapture log("Tavlin.Core.Array.ReadRaw");
         LogCapture bufferLog("Tavlin.Util.IOBuffer");
-        std::unique_ptr<Array2dReal64> a = Read<Array2dReal64>(MemoryBufferOf(c.bytes).get());
+        Array2dReal64* read = nullptr;
+        EXPECT_FALSE(ReadRaw(read, MemoryBufferOf(c.bytes).get()));
+        std::unique_ptr<Array2dReal64> a(read);
         EXPECT_EQ(static_cast<bool>(a), c.created);
         EXPECT_EQ(log.Text(), c.message);
         EXPECT_NE(bufferLog.Text().find(c.bufferNote), std::string::npos) << bufferLog.Text();

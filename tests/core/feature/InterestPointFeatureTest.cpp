@@ -95,7 +95,8 @@ TEST(InterestPointFeatureConfig, RegistersItsOptionsAndReadsThemFromTheSnapshot)
     std::string rows;
     for (size_t i = before; i < options.GetOptionCount(); ++i)
         rows += options.GetOptionName(i) + "=" + options.GetString(options.GetOptionName(i), "?") + " ";
-    EXPECT_EQ(rows, "borderWidth=0 recGauss=0 loadRegions= saveRegions= descriptor= output= outputFormat= "
+    EXPECT_EQ(rows, "borderWidth=0 recGauss=0 loadRegions= saveRegions= drawRegions= descriptor= output= "
+                    "outputFormat= "
                     "descriptorBinCount=15 descriptorPreSmoothing=0 descriptorOpponentWeight= clusterInput=0 "
                     "keepLimited=-1 noRandomizeSeed=0 codebook= codebookMode=hard codebookSigma= codebookName= "
                     "pointSelector= extraBoxes= detector=harrislaplace harrisThreshold=1e-9 harrisK=0.06 "

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <iostream>
 #include <memory>
+#include <string>
 
 #include "basis/Report.h"
 #include "basis/Timer.h"
@@ -29,6 +30,22 @@ const double kTwoPi = 6.283185308;
 const double kClip = 0.20000000298023224;
 // Distinct footprints kept per ladder level; points of one level rarely have more.
 const int kFootprintCacheSize = 4;
+// Angles are brought into one turn by repeated subtraction, whose cost grows with the
+// orientation: points turned further than this (or not a number) are refused.
+const double kMaxOrientation = 4096 * kTwoPi;
+
+log4cpp::Category& sLog = log4cpp::Category::getInstance("Core.Feature.FISTDescriptor");
+
+// row is the point's row in its table, or -1 when not known; x and y are 0-based.
+bool OrientationUsable(double orientation, int row, double x, double y)
+{
+    if (std::fabs(orientation) <= kMaxOrientation)
+        return true;
+    TLOG_WARN(sLog, "Point " << (row >= 0 ? std::to_string(row) + " " : std::string()) << "at x " << x << ", y " << y
+                             << " (0-based) refused: orientation " << orientation
+                             << " is out of range; its descriptor stays zero");
+    return false;
+}
 
 // Magnitude and orientation of the gradient of `channel` smoothed at `sigma`.
 void LevelGradients(Array2dReal64* channel, double sigma, Array2dReal64* magnitude, Array2dReal64* angle)
@@ -230,6 +247,8 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
             const int k = order[n];
             const double scale = scales[k];
             const double orientation = orientations[k];
+            if (!OrientationUsable(orientation, k, xs[k], ys[k]))
+                continue;
             const long long ix = static_cast<int32_t>(xs[k] + 0.5);
             const long long iy = static_cast<int32_t>(ys[k] + 0.5);
             const double fx = xs[k] - ix;
@@ -284,6 +303,8 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::InternalSample(double* row,
                                                                     Array2dReal64* angle, double scale, double y,
                                                                     double x, double orientation)
 {
+    if (!OrientationUsable(orientation, -1, x, y))
+        return;
     const long long ix = static_cast<int32_t>(x + 0.5);
     const long long iy = static_cast<int32_t>(y + 0.5);
     Footprint footprint;

@@ -32,7 +32,7 @@ ArrayT* MakeDenseInterpolator(int imageWidth, int spacing, int cellSize, bool tr
     const int n = imageWidth;
     const int s = spacing;
     const int c = cellSize;
-    if (2 * c > n)
+    if (2LL * c > n)
     {
         TLOG_ERROR(sLog, "Image too small");
         return nullptr;
@@ -40,6 +40,11 @@ ArrayT* MakeDenseInterpolator(int imageWidth, int spacing, int cellSize, bool tr
     if (s <= 0)
     {
         TLOG_ERROR(sLog, "Invalid spacing " << s);
+        return nullptr;
+    }
+    if (c < 0)
+    {
+        TLOG_ERROR(sLog, "Invalid cell size " << c);
         return nullptr;
     }
     const int b = (n - c) / s + 1;

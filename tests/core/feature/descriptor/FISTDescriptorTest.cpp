@@ -8,7 +8,9 @@
 #include <vector>
 
 #include "core/array/RecGauss.h"
+#include "support/LogCapture.h"
 #include "support/SyntheticImage.h"
+#include "support/TestSupport.h"
 
 using Tavlin::Core::Array::Array2dReal64;
 using Tavlin::Core::Feature::FeatureDefinition;
@@ -233,4 +235,45 @@ TEST(FISTDescriptorImage, OrientedEdgesLandInTheirOrientationBinsAndFlatGivesZer
     std::unique_ptr<Array2dReal64> none(fist.DoCalculateFISTDescriptors(planes[3].get(), Points({}).get()));
     EXPECT_EQ(none->mWidth, 128);
     EXPECT_EQ(none->mHeight, 0);
+}
+
+TEST(FISTDescriptorOrientation, RefusesAbsurdOrientationsAndKeepsOrdinaryOnes)
+{
+    // A ramp along x: every point sees gradients, whatever its orientation.
+    PlanePtr channel = Plane(60, 60, [](long long x, long long y) { return 2.0 * x + 0.5 * y; });
+    const double turns = 3000 * kTurn;
+    auto table = Points({{30, 30, 2.0, 3.75e255},
+                         {30, 30, 2.0, 0.5},
+                         {30, 30, 2.0, std::nan("")},
+                         {30, 30, 2.0, -HUGE_VAL},
+                         {30, 30, 2.0, 0.5 + turns},
+                         {30, 30, 2.0, -1e7}});
+    Fist fist;
+    TestSupport::LogCapture log("Core.Feature.FISTDescriptor", log4cpp::Priority::WARN);
+    std::unique_ptr<Array2dReal64> result(fist.DoCalculateFISTDescriptors(channel.get(), table.get()));
+    auto rowSum = [&](int i) {
+        double s = 0.0;
+        for (int k = 0; k < 128; ++k)
+            s += result->PixelPtr(k, i)[0];
+        return s;
+    };
+    // Refused points name themselves and keep a zero row.
+    EXPECT_EQ(TestSupport::CountOf(log.Text(), "refused"), 4);
+    EXPECT_EQ(TestSupport::CountOf(log.Text(), "Point 0 at x 30, y 30"), 1);
+    EXPECT_EQ(TestSupport::CountOf(log.Text(), "3.75e+255"), 1);
+    for (int i : {0, 2, 3, 5})
+        EXPECT_EQ(rowSum(i), 0.0) << i;
+    // Thousands of turns are still ordinary: the same histogram up to the rounding of
+    // the turns.
+    EXPECT_GT(rowSum(1), 0.0);
+    for (int k = 0; k < 128; ++k)
+        EXPECT_NEAR(result->PixelPtr(k, 4)[0], result->PixelPtr(k, 1)[0], 1.0) << k;
+
+    // The single-point entry refuses as well, and returns at once.
+    std::vector<double> row(128, 0.0);
+    PlanePtr angle = Plane(60, 60, [](long long, long long) { return 0.0; });
+    fist.InternalSample(row.data(), channel.get(), angle.get(), 2.0, 30, 30, -3.75e255);
+    for (double v : row)
+        EXPECT_EQ(v, 0.0);
+    EXPECT_EQ(TestSupport::CountOf(log.Text(), "refused"), 5);
 }

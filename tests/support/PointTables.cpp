@@ -1,0 +1,23 @@
+#include "support/PointTables.h"
+
+#include <algorithm>
+
+namespace TestSupport
+{
+
+std::unique_ptr<Tavlin::Core::Feature::PointDescriptorTable> MakePointTable(
+    const std::vector<std::pair<double, double>>& positions, int length, const std::vector<double>& descriptors)
+{
+    using Tavlin::Core::Feature::FeatureDefinition;
+    auto table = std::make_unique<Tavlin::Core::Feature::PointDescriptorTable>(FeatureDefinition("test"));
+    table->Reserve(static_cast<int>(positions.size()), false);
+    table->SetDescriptorLength(length);
+    for (size_t i = 0; i < positions.size(); ++i)
+    {
+        table->AddPoint(positions[i].first, positions[i].second, 0.0, 0.0, 0.0);
+        std::copy_n(descriptors.begin() + i * length, length, table->GetDescriptor(static_cast<int>(i)));
+    }
+    return table;
+}
+
+} // namespace TestSupport
