@@ -60,11 +60,11 @@ inline double Positive(double v)
     return v > 0.0 ? v : 0.0;
 }
 
-// Plane o of the oriented gradients into a borderless block of the derivatives' size.
-// The sources of planes 0 to 3 are dy, p, dx, q; planes 4 to 7 take them negated, which
-// is exact, so each plane is the positive part of sign x source.
+// Planes s and s + 4 of the oriented gradients into borderless blocks of the
+// derivatives' size: the positive and the negative part of source s, where the sources
+// of planes 0 to 3 are dy, p, dx, q (planes 4 to 7 take them negated, which is exact).
 template <int SourceT>
-void OrientedPlaneRows(double* out, const Array2dReal64* dx, const Array2dReal64* dy, double sign)
+void OrientedPlanePairRows(double* positive, double* negative, const Array2dReal64* dx, const Array2dReal64* dy)
 {
     const double r = kHalfSqrt2;
     const long long width = dx->mWidth;
@@ -72,7 +72,8 @@ void OrientedPlaneRows(double* out, const Array2dReal64* dx, const Array2dReal64
     {
         const double* __restrict gx = dx->PixelPtr(0, y);
         const double* __restrict gy = dy->PixelPtr(0, y);
-        double* __restrict d = out + y * width;
+        double* __restrict up = positive + y * width;
+        double* __restrict down = negative + y * width;
         for (long long x = 0; x < width; ++x)
         {
             const double a = gx[x];
@@ -86,27 +87,28 @@ void OrientedPlaneRows(double* out, const Array2dReal64* dx, const Array2dReal64
                 v = a;
             else
                 v = -r * a + r * b;
-            d[x] = Positive(sign * v);
+            up[x] = Positive(v);
+            down[x] = Positive(-v);
         }
     }
 }
 
-void OrientedPlane(double* out, const Array2dReal64* dx, const Array2dReal64* dy, int o)
+void OrientedPlanePair(double* positive, double* negative, const Array2dReal64* dx, const Array2dReal64* dy,
+                       int source)
 {
-    const double sign = o < 4 ? 1.0 : -1.0;
-    switch (o % 4)
+    switch (source)
     {
     case 0:
-        OrientedPlaneRows<0>(out, dx, dy, sign);
+        OrientedPlanePairRows<0>(positive, negative, dx, dy);
         break;
     case 1:
-        OrientedPlaneRows<1>(out, dx, dy, sign);
+        OrientedPlanePairRows<1>(positive, negative, dx, dy);
         break;
     case 2:
-        OrientedPlaneRows<2>(out, dx, dy, sign);
+        OrientedPlanePairRows<2>(positive, negative, dx, dy);
         break;
     default:
-        OrientedPlaneRows<3>(out, dx, dy, sign);
+        OrientedPlanePairRows<3>(positive, negative, dx, dy);
         break;
     }
 }
@@ -195,10 +197,9 @@ void DenseSiftOrientedGradients(Array2dReal64* (&planes)[8], Array2dReal64* inpu
     PlanePtr dy;
     Derivatives(dx, dy, input, sigma);
     for (int o = 0; o < 8; ++o)
-    {
         planes[o] = Array::ArrayCreate<Array2dReal64>(input->mWidth, input->mHeight, 0, 0);
-        OrientedPlane(planes[o]->mData, dx.get(), dy.get(), o);
-    }
+    for (int source = 0; source < 4; ++source)
+        OrientedPlanePair(planes[source]->mData, planes[source + 4]->mData, dx.get(), dy.get(), source);
 }
 
 template <int OrientationsT>
@@ -338,8 +339,8 @@ PointDescriptorTable* DoDenseSift(Array2dReal64* channel, int spacing, int cellS
     Timer timer;
     const int length = cellCount * cellCount * 8;
     // Quantized planes are made all at once, as each pixel feeds two of them; oriented
-    // planes one at a time from the derivatives, into one block, each pooled before the
-    // next is made.
+    // planes two at a time from the derivatives, into two blocks that are reused, each
+    // pooled before the next are made.
     Array2dReal64* planes[8] = {};
     PlanePtr dx;
     PlanePtr dy;
@@ -363,23 +364,30 @@ PointDescriptorTable* DoDenseSift(Array2dReal64* channel, int spacing, int cellS
         MakeDenseInterpolator<Array2dReal64>(static_cast<int>(channel->mWidth), spacing, cellSize, false));
     Array2dReal64* grids[8] = {};
     bool pooled = vertical && horizontal;
-    PlanePtr oriented;
+    PlanePtr positive;
+    PlanePtr negative;
     if (pooled && !quantizeOrientation)
-        oriented.reset(Array::ArrayCreate<Array2dReal64>(channel->mWidth, channel->mHeight, 0, 0));
+    {
+        positive.reset(Array::ArrayCreate<Array2dReal64>(channel->mWidth, channel->mHeight, 0, 0));
+        negative.reset(Array::ArrayCreate<Array2dReal64>(channel->mWidth, channel->mHeight, 0, 0));
+    }
     for (int o = 0; o < 8 && pooled; ++o)
     {
-        Array2dReal64* plane = planes[o];
+        // Sources in the order 0, 4, 1, 5, ...: each pair comes from one pass.
+        const int plane = o % 2 == 0 ? o / 2 : o / 2 + 4;
+        Array2dReal64* source = planes[plane];
         if (!quantizeOrientation)
         {
-            plane = oriented.get();
-            OrientedPlane(plane->mData, dx.get(), dy.get(), o);
+            if (plane < 4)
+                OrientedPlanePair(positive->mData, negative->mData, dx.get(), dy.get(), plane);
+            source = plane < 4 ? positive.get() : negative.get();
         }
-        PlanePtr pooledRows(Matrix::MatMul(vertical.get(), plane));
-        delete planes[o];
-        planes[o] = nullptr;
+        PlanePtr pooledRows(Matrix::MatMul(vertical.get(), source));
+        delete planes[plane];
+        planes[plane] = nullptr;
         if (pooledRows)
-            grids[o] = Matrix::MatMul(pooledRows.get(), horizontal.get());
-        pooled = grids[o] != nullptr;
+            grids[plane] = Matrix::MatMul(pooledRows.get(), horizontal.get());
+        pooled = grids[plane] != nullptr;
     }
     DeletePlanes(planes, 8);
     if (!pooled)
