@@ -44,14 +44,24 @@ PointDescriptorTable* EmptyTable(int length)
 }
 
 // First derivatives along x and y of the input smoothed at sigma; their borders are
-// left from the filtering and never read.
+// left from the filtering and never read. Both filters run on one copy of the input
+// with a border as wide as their kernels reach, which spares each its own copy.
 void Derivatives(PlanePtr& dx, PlanePtr& dy, Array2dReal64* input, double sigma)
 {
+    const long long reach = static_cast<int>(sigma * 3.0 + 0.5);
+    Array2dReal64* source = input;
+    PlanePtr bordered;
+    if (reach > 0 && (input->mBorderWidth < reach || input->mBorderHeight < reach))
+    {
+        bordered.reset(Array::ArrayClone<Array2dReal64>(input, reach, reach));
+        Array::CopyImageRows(bordered.get(), input);
+        source = bordered.get();
+    }
     Array2dReal64* gx = nullptr;
     Array2dReal64* gy = nullptr;
-    Array::GaussDerivative(gx, input, sigma, 1, 0, 3.0);
+    Array::GaussDerivative(gx, source, sigma, 1, 0, 3.0);
     dx.reset(gx);
-    Array::GaussDerivative(gy, input, sigma, 0, 1, 3.0);
+    Array::GaussDerivative(gy, source, sigma, 0, 1, 3.0);
     dy.reset(gy);
 }
 
