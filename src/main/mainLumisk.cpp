@@ -210,6 +210,9 @@ int RunLumisk(int argc, char** argv)
     {
         if (!LoadCodebook(options, codebookName, feature))
             return 1;
+        feature.ConfigurePyramid(*properties);
+        if (!feature.PrepareCodebookMode())
+            return 1;
         TLOG_INFO(sLog, "Loaded codebook at " << totalTimer.SplitTimeStr(1.0));
     }
 
@@ -219,15 +222,6 @@ int RunLumisk(int argc, char** argv)
         inputs.push_back(input);
     else
         ReadBatchFile(input, inputs);
-
-    // Projection onto a codebook is not part of this build; running on without it
-    // would write unprojected files under the name of projected ones.
-    for (const std::string& entry : inputs)
-        if (!entry.empty() && feature.GetCodebook())
-        {
-            TLOG_ERROR(sLog, "[ERROR] Codebook projection is not available in this build: " << codebookName);
-            return 1;
-        }
 
     const std::string loadRegions = options.GetString("loadRegions", "");
     const std::string saveRegions = options.GetString("saveRegions", "");

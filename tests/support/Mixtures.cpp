@@ -1,7 +1,13 @@
 #include "support/Mixtures.h"
 
+#include <algorithm>
 #include <cmath>
+#include <memory>
 #include <random>
+
+#include "core/array/WriteRaw.h"
+#include "support/Matrices.h"
+#include "util/IOBufferFile.h"
 
 namespace TestSupport
 {
@@ -57,6 +63,34 @@ std::vector<std::vector<double>> DrawSamples(const MixtureData& mixture, int n, 
         samples.push_back(x);
     }
     return samples;
+}
+
+namespace
+{
+MatrixPtr RowsMatrix(const std::vector<std::vector<double>>& rows)
+{
+    std::vector<double> values;
+    for (const std::vector<double>& r : rows)
+        values.insert(values.end(), r.begin(), r.end());
+    return MatrixOf(static_cast<int>(rows.size()), rows.empty() ? 0 : static_cast<int>(rows[0].size()), values);
+}
+} // namespace
+
+void WriteMixtureCodebook(const std::string& dir, const std::string& name, const MixtureData& mixture,
+                          const std::vector<std::string>& skip)
+{
+    const std::pair<std::string, MatrixPtr> parts[3] = {
+        {"gmm-mean", RowsMatrix(mixture.mean)},
+        {"gmm-var", RowsMatrix(mixture.var)},
+        {"gmm-weights", MatrixOf(mixture.Gaussians(), 1, mixture.coef)}};
+    for (const auto& part : parts)
+    {
+        if (std::find(skip.begin(), skip.end(), part.first) != skip.end())
+            continue;
+        std::unique_ptr<Tavlin::Util::IOBuffer> out(
+            new Tavlin::Util::IOBufferFile(dir + "/" + name + "." + part.first + ".raw", false, false, false));
+        Tavlin::Core::Array::WriteRaw(part.second.get(), out.get(), 1);
+    }
 }
 
 long double ReferenceLogDensity(const MixtureData& mixture, const double* x, std::vector<long double>* posterior)

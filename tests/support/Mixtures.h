@@ -3,6 +3,7 @@
 #ifndef LUMISK_TESTS_SUPPORT_MIXTURES_H
 #define LUMISK_TESTS_SUPPORT_MIXTURES_H
 
+#include <string>
 #include <vector>
 
 namespace TestSupport
@@ -36,6 +37,12 @@ std::vector<T*> RowPointers(std::vector<std::vector<T>>& rows)
         p.push_back(r.data());
     return p;
 }
+
+// The mixture as the three raw files of a codebook store, written with the project's
+// raw writer: <dir>/<name>.gmm-mean.raw, .gmm-var.raw (K x D) and .gmm-weights.raw
+// (K x 1). Kinds named in `skip` are left out.
+void WriteMixtureCodebook(const std::string& dir, const std::string& name, const MixtureData& mixture,
+                          const std::vector<std::string>& skip = {});
 
 // log of the mixture density at x, and the posteriors, from the textbook formulas.
 long double ReferenceLogDensity(const MixtureData& mixture, const double* x, std::vector<long double>* posterior);

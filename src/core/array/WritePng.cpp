@@ -58,6 +58,9 @@ void EncodePng(png_structp png, png_infop info, ArrayT* array)
     const png_uint_32 height = static_cast<png_uint_32>(array->mHeight);
     png_set_IHDR(png, info, width, height, 8, PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
                  PNG_FILTER_TYPE_DEFAULT);
+    // Pictures are for looking at: zlib level 3 writes a photo three times faster than
+    // the default 6, for some 6% more bytes.
+    png_set_compression_level(png, 3);
     png_write_info(png, info);
     for (png_uint_32 y = 0; y < height; ++y)
         png_write_row(png, array->PixelPtr(0, y));

@@ -8,7 +8,8 @@
 //
 // Every pixel is clipped to the image: no value, however large or undefined, writes
 // outside it, and one point costs at most about width + height pixel steps however
-// large its circle. A point whose position or radius is not finite is left out.
+// large its circle. A point whose position is not finite, or whose radius is infinite,
+// is left out; an undefined or negative scale gives one pixel.
 #ifndef TAVLIN_CORE_FEATURE_DRAWREGIONS_H
 #define TAVLIN_CORE_FEATURE_DRAWREGIONS_H
 

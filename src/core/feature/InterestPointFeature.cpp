@@ -27,6 +27,7 @@
 #include "core/feature/PointDescriptorIO.h"
 #include "core/feature/PointDescriptorTable.h"
 #include "core/feature/codebook/CodebookMatrices.h"
+#include "core/feature/codebook/RowsAsPointTable.h"
 #include "core/feature/codebook/SpatialQuantizer.h"
 #include "core/matrix/MatCreate.h"
 #include "core/matrix/MatMul.h"
@@ -335,6 +336,9 @@ bool InterestPointFeature::ProjectPoints(std::unique_ptr<PointDescriptorTable>& 
                 Vector::VectorTem<double> row = result->GetVector(i);
                 mResult->AddVector(quid, i, row);
             }
+        // What is written is the quantizer's rows, not the points.
+        if (mode == "fisher")
+            table.reset(RowsAsPointTable(*result, table->GetFeatureDefinition()));
     }
     else
     {
@@ -517,6 +521,14 @@ void InterestPointFeature::ComputeDescriptors(PointDescriptorTable*& table, Arra
             const int cellSize = parser.GetInt('-', false);
             TLOG_DEBUG(sLog, "spacing=" << spacing << "; cellSize=" << cellSize << "; sigma=" << 1);
             std::unique_ptr<PointDescriptorTable> result(DenseSift(image, descriptor, spacing, cellSize, 1.0, 4));
+            if (table->Size() == 0)
+            {
+                // Nothing to append to: the result becomes the table.
+                result->SetFeatureDefinition(table->GetFeatureDefinition());
+                delete table;
+                table = result.release();
+                continue;
+            }
             if (table->GetDescriptorLength() != result->GetDescriptorLength())
                 table->SetStorage(Array::ArrayCreate<Array::Array2dReal64>(result->GetDescriptorLength(),
                                                                            table->Capacity(), 0, 0));

@@ -21,9 +21,14 @@ const double sVectorQuantizeFar = 999999999.0;
 // Null, after a logged error, when data and codebook differ in dimension.
 Array::Array2dReal64* VectorQuantizeX(Array::Array2dReal64* data, Array::Array2dReal64* codebook);
 
-// The same result, computed min(20000000 / codebook rows, 10000) data rows at a time
-// (at least one). data must have no border.
+// The same result, found block by block with the product of each block searched while
+// it is in the cache; the square root is taken only near the smallest distance. data
+// must have no border.
 Array::Array2dReal64* VectorQuantize(Array::Array2dReal64* data, Array::Array2dReal64* codebook);
+
+// The same result by VectorQuantizeX on min(20000000 / codebook rows, 10000) data rows
+// at a time (at least one): the reference for VectorQuantize.
+Array::Array2dReal64* VectorQuantizePlain(Array::Array2dReal64* data, Array::Array2dReal64* codebook);
 
 // Rows per block for a codebook of `codebookRows` rows.
 long long VectorQuantizeBlockRows(long long codebookRows);

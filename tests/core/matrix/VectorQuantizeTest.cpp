@@ -81,3 +81,31 @@ TEST(VectorQuantize, BlocksGiveTheSameNearestWordsAsAFullSearch)
         EXPECT_NEAR(r->mData[2 * i + 1], 0.25, 1e-4) << "row " << i;
     }
 }
+
+TEST(VectorQuantize, MatchesThePlainChunkedSearchBitForBit)
+{
+    // SIFT-like whole numbers give many near and exact ties; random reals give none.
+    // The shapes leave partial blocks on both sides of the product.
+    struct Shape
+    {
+        int rows, width, words;
+        bool whole;
+    } shapes[] = {{1000, 128, 4096, true}, {333, 17, 1500, true}, {257, 5, 9000, false}, {3, 2, 700000, true},
+                  {50, 1, 3, true}};
+    for (const Shape& s : shapes)
+    {
+        MatrixPtr data = TestSupport::RandomMatrix(s.rows, s.width, 11);
+        MatrixPtr codebook = TestSupport::RandomMatrix(s.words, s.width, 12);
+        if (s.whole)
+        {
+            for (MatrixPtr* m : {&data, &codebook})
+                for (long long i = 0; i < (*m)->mWidth * (*m)->mHeight; ++i)
+                    (*m)->mData[i] = std::floor(((*m)->mData[i] + 1.0) * 4.0);
+        }
+        MatrixPtr fast(VectorQuantize(data.get(), codebook.get()));
+        MatrixPtr plain(VectorQuantizePlain(data.get(), codebook.get()));
+        ASSERT_TRUE(fast && plain);
+        for (int i = 0; i < 2 * s.rows; ++i)
+            ASSERT_EQ(fast->mData[i], plain->mData[i]) << s.rows << "x" << s.width << " onto " << s.words << " at " << i;
+    }
+}

@@ -13,9 +13,11 @@
 #include "core/feature/codebook/CodebookMatrices.h"
 #include "core/feature/codebook/PointSelectors.h"
 #include "core/feature/codebook/SoftAssignment.h"
+#include "core/feature/codebook/SpatialQuantizerFactory.h"
 #include "core/matrix/MatCreate.h"
 #include "core/matrix/MatMul.h"
 #include "core/matrix/VectorQuantize.h"
+#include "persistency/CodebookLocator.h"
 
 namespace Tavlin
 {
@@ -81,29 +83,35 @@ bool InterestPointFeature::PrepareCodebookMode()
         TLOG_ERROR(sLog, "[ERROR] No codebook to project onto");
         return false;
     }
+    Persistency::CodebookLocator locator(Persistency::Locator("file:", "direct"),
+                                         mProperties->GetString("codebookName", ""), "codebook");
     if (IsQuantizerMode(mode))
     {
-        TLOG_ERROR(sLog, "[ERROR] Codebook mode " << mode << " is not available in this build");
-        return false;
+        delete mQuantizer;
+        mQuantizer = SpatialQuantizerFactory(mode, mProperties->GetString("pointSelector", ""), mBorderWidth, locator);
+        if (!mQuantizer)
+            TLOG_ERROR(sLog, "[ERROR] No quantizer for codebook mode " << mode);
+        return mQuantizer != nullptr;
     }
     if (mode == "forest")
     {
         TLOG_ERROR(sLog, "[ERROR] Codebook mode forest is not available in this build");
         return false;
     }
-    SignatureMode signature;
-    const bool residual = IsSignatureMode(mode);
-    if (!residual)
+    if (!IsSignatureMode(mode))
         return true;
+    SignatureMode signature;
     if (!ParseSignatureMode(mode, signature))
     {
         TLOG_ERROR(sLog, "[ERROR] Codebook mode " << mode << " needs a bin count of at least 1");
         return false;
     }
+    // The residual statistics are stored beside the codebook under its name.
     if (signature.NeedsDiffStat() && !mCodebookDiffStat)
     {
-        TLOG_ERROR(sLog, "[ERROR] Codebook mode " << mode << " needs the diffstat statistics of the codebook");
-        return false;
+        SetCodebookDiffStat(GetCodebookMatrices(locator, "diffstat"));
+        if (!mCodebookDiffStat)
+            TLOG_ERROR(sLog, "[ERROR] No diffstat statistics found for " << locator.ToString());
     }
     return CheckDiffStat(signature, mCodebookDiffStat, mCodebook, sLog) &&
            CheckResultSize(signature.RowLength(mCodebook->mHeight, mCodebook->mWidth),
@@ -124,6 +132,11 @@ PointDescriptorTable* InterestPointFeature::ProjectOntoCodebook(PointDescriptorT
 {
     TLOG_DEBUG(sLog, "ProjectOntoCodebook called");
     std::unique_ptr<PointDescriptorTable> input(table);
+    if (!mCodebook)
+    {
+        TLOG_ERROR(sLog, "[ERROR] No codebook to project onto");
+        return nullptr;
+    }
     std::unique_ptr<PointDescriptorTable> result(new PointDescriptorTable(input->GetFeatureDefinition()));
 
     const long long words = mCodebook->mHeight;

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "basis/Report.h"
+#include "core/feature/codebook/FisherQuantizer.h"
 #include "core/feature/codebook/SDCQuantizer.h"
 #include "core/feature/codebook/SoftAssignment.h"
 #include "core/feature/codebook/UncertaintyQuantizer.h"
@@ -30,12 +31,14 @@ SpatialQuantizer* SpatialQuantizerFactory(std::string mode, std::string pyramid,
     }
     // Modes whose quantizers this build does not hold yet. Of the "sig" names, "sig2"
     // alone is the VLAD quantizer here.
-    if (mode == "fisher" || mode == "closestword" || mode == "closestword5" || mode == "hard" || mode == "sig2")
+    if (mode == "closestword" || mode == "closestword5" || mode == "hard" || mode == "sig2")
     {
         TLOG_ERROR(sLog, "[ERROR] Codebook mode " << mode << " is not available in this build");
         return nullptr;
     }
-    if (mode == "unc")
+    if (mode == "fisher")
+        quantizer.reset(new FisherQuantizer(pyramid, border));
+    else if (mode == "unc")
         quantizer.reset(new UncertaintyQuantizer(pyramid, border));
     else if (IsSignatureMode(mode))
         quantizer.reset(new SDCQuantizer(pyramid, border, mode));

@@ -44,14 +44,24 @@ PointDescriptorTable* EmptyTable(int length)
 }
 
 // First derivatives along x and y of the input smoothed at sigma; their borders are
-// left from the filtering and never read.
+// left from the filtering and never read. Both filters run on one copy of the input
+// with a border as wide as their kernels reach, which spares each its own copy.
 void Derivatives(PlanePtr& dx, PlanePtr& dy, Array2dReal64* input, double sigma)
 {
+    const long long reach = static_cast<int>(sigma * 3.0 + 0.5);
+    Array2dReal64* source = input;
+    PlanePtr bordered;
+    if (reach > 0 && (input->mBorderWidth < reach || input->mBorderHeight < reach))
+    {
+        bordered.reset(Array::ArrayClone<Array2dReal64>(input, reach, reach));
+        Array::CopyImageRows(bordered.get(), input);
+        source = bordered.get();
+    }
     Array2dReal64* gx = nullptr;
     Array2dReal64* gy = nullptr;
-    Array::GaussDerivative(gx, input, sigma, 1, 0, 3.0);
+    Array::GaussDerivative(gx, source, sigma, 1, 0, 3.0);
     dx.reset(gx);
-    Array::GaussDerivative(gy, input, sigma, 0, 1, 3.0);
+    Array::GaussDerivative(gy, source, sigma, 0, 1, 3.0);
     dy.reset(gy);
 }
 
@@ -60,11 +70,11 @@ inline double Positive(double v)
     return v > 0.0 ? v : 0.0;
 }
 
-// Plane o of the oriented gradients into a borderless block of the derivatives' size.
-// The sources of planes 0 to 3 are dy, p, dx, q; planes 4 to 7 take them negated, which
-// is exact, so each plane is the positive part of sign x source.
+// Planes s and s + 4 of the oriented gradients into borderless blocks of the
+// derivatives' size: the positive and the negative part of source s, where the sources
+// of planes 0 to 3 are dy, p, dx, q (planes 4 to 7 take them negated, which is exact).
 template <int SourceT>
-void OrientedPlaneRows(double* out, const Array2dReal64* dx, const Array2dReal64* dy, double sign)
+void OrientedPlanePairRows(double* positive, double* negative, const Array2dReal64* dx, const Array2dReal64* dy)
 {
     const double r = kHalfSqrt2;
     const long long width = dx->mWidth;
@@ -72,7 +82,8 @@ void OrientedPlaneRows(double* out, const Array2dReal64* dx, const Array2dReal64
     {
         const double* __restrict gx = dx->PixelPtr(0, y);
         const double* __restrict gy = dy->PixelPtr(0, y);
-        double* __restrict d = out + y * width;
+        double* __restrict up = positive + y * width;
+        double* __restrict down = negative + y * width;
         for (long long x = 0; x < width; ++x)
         {
             const double a = gx[x];
@@ -86,27 +97,28 @@ void OrientedPlaneRows(double* out, const Array2dReal64* dx, const Array2dReal64
                 v = a;
             else
                 v = -r * a + r * b;
-            d[x] = Positive(sign * v);
+            up[x] = Positive(v);
+            down[x] = Positive(-v);
         }
     }
 }
 
-void OrientedPlane(double* out, const Array2dReal64* dx, const Array2dReal64* dy, int o)
+void OrientedPlanePair(double* positive, double* negative, const Array2dReal64* dx, const Array2dReal64* dy,
+                       int source)
 {
-    const double sign = o < 4 ? 1.0 : -1.0;
-    switch (o % 4)
+    switch (source)
     {
     case 0:
-        OrientedPlaneRows<0>(out, dx, dy, sign);
+        OrientedPlanePairRows<0>(positive, negative, dx, dy);
         break;
     case 1:
-        OrientedPlaneRows<1>(out, dx, dy, sign);
+        OrientedPlanePairRows<1>(positive, negative, dx, dy);
         break;
     case 2:
-        OrientedPlaneRows<2>(out, dx, dy, sign);
+        OrientedPlanePairRows<2>(positive, negative, dx, dy);
         break;
     default:
-        OrientedPlaneRows<3>(out, dx, dy, sign);
+        OrientedPlanePairRows<3>(positive, negative, dx, dy);
         break;
     }
 }
@@ -195,10 +207,9 @@ void DenseSiftOrientedGradients(Array2dReal64* (&planes)[8], Array2dReal64* inpu
     PlanePtr dy;
     Derivatives(dx, dy, input, sigma);
     for (int o = 0; o < 8; ++o)
-    {
         planes[o] = Array::ArrayCreate<Array2dReal64>(input->mWidth, input->mHeight, 0, 0);
-        OrientedPlane(planes[o]->mData, dx.get(), dy.get(), o);
-    }
+    for (int source = 0; source < 4; ++source)
+        OrientedPlanePair(planes[source]->mData, planes[source + 4]->mData, dx.get(), dy.get(), source);
 }
 
 template <int OrientationsT>
@@ -305,10 +316,14 @@ PointDescriptorTable* MakeSpatial(Array2dReal64* (&planes)[OrientationsT], int s
     std::unique_ptr<PointDescriptorTable> table(EmptyTable(length));
     if (count == 0)
         return table.release();
-    std::unique_ptr<Array2dReal64> store(Array::ArrayCreateOrNull<Array2dReal64>(length, count));
-    if (!store || count > 0x7fffffffLL || !table->Reserve(static_cast<int>(count), false))
+    // The store goes in first, so that reserving the rows finds it in place.
+    Array2dReal64* store = count > 0x7fffffffLL ? nullptr : Array::ArrayCreateOrNull<Array2dReal64>(length, count);
+    if (store)
+        table->SetStorage(store);
+    if (!store || !table->Reserve(static_cast<int>(count), false))
     {
         TLOG_ERROR(sLog, "[MakeSpatial] no memory for " << count << " descriptors of " << length << " values");
+        table->SetStorage(Array::ArrayCreate<Array2dReal64>(length, 0, 0, 0));
         return table.release();
     }
     const double offset = 0.5 * cellCount * cellSize;
@@ -327,7 +342,6 @@ PointDescriptorTable* MakeSpatial(Array2dReal64* (&planes)[OrientationsT], int s
             table->AddPoint(static_cast<double>(i * spacing) + offset - 0.5,
                             static_cast<double>(j * spacing) + offset - 0.5, 0.0, 0.0, 0.0);
     }
-    table->SetStorage(store.release());
     return table.release();
 }
 
@@ -338,8 +352,8 @@ PointDescriptorTable* DoDenseSift(Array2dReal64* channel, int spacing, int cellS
     Timer timer;
     const int length = cellCount * cellCount * 8;
     // Quantized planes are made all at once, as each pixel feeds two of them; oriented
-    // planes one at a time from the derivatives, into one block, each pooled before the
-    // next is made.
+    // planes two at a time from the derivatives, into two blocks that are reused, each
+    // pooled before the next are made.
     Array2dReal64* planes[8] = {};
     PlanePtr dx;
     PlanePtr dy;
@@ -363,25 +377,37 @@ PointDescriptorTable* DoDenseSift(Array2dReal64* channel, int spacing, int cellS
         MakeDenseInterpolator<Array2dReal64>(static_cast<int>(channel->mWidth), spacing, cellSize, false));
     Array2dReal64* grids[8] = {};
     bool pooled = vertical && horizontal;
-    PlanePtr oriented;
+    PlanePtr positive;
+    PlanePtr negative;
     if (pooled && !quantizeOrientation)
-        oriented.reset(Array::ArrayCreate<Array2dReal64>(channel->mWidth, channel->mHeight, 0, 0));
+    {
+        positive.reset(Array::ArrayCreate<Array2dReal64>(channel->mWidth, channel->mHeight, 0, 0));
+        negative.reset(Array::ArrayCreate<Array2dReal64>(channel->mWidth, channel->mHeight, 0, 0));
+    }
     for (int o = 0; o < 8 && pooled; ++o)
     {
-        Array2dReal64* plane = planes[o];
+        // Sources in the order 0, 4, 1, 5, ...: each pair comes from one pass.
+        const int plane = o % 2 == 0 ? o / 2 : o / 2 + 4;
+        Array2dReal64* source = planes[plane];
         if (!quantizeOrientation)
         {
-            plane = oriented.get();
-            OrientedPlane(plane->mData, dx.get(), dy.get(), o);
+            if (plane < 4)
+                OrientedPlanePair(positive->mData, negative->mData, dx.get(), dy.get(), plane);
+            source = plane < 4 ? positive.get() : negative.get();
         }
-        PlanePtr pooledRows(Matrix::MatMul(vertical.get(), plane));
-        delete planes[o];
-        planes[o] = nullptr;
+        PlanePtr pooledRows(Matrix::MatMul(vertical.get(), source));
+        delete planes[plane];
+        planes[plane] = nullptr;
         if (pooledRows)
-            grids[o] = Matrix::MatMul(pooledRows.get(), horizontal.get());
-        pooled = grids[o] != nullptr;
+            grids[plane] = Matrix::MatMul(pooledRows.get(), horizontal.get());
+        pooled = grids[plane] != nullptr;
     }
+    // The full-size blocks go before the read-out, which can then reuse their memory.
     DeletePlanes(planes, 8);
+    dx.reset();
+    dy.reset();
+    positive.reset();
+    negative.reset();
     if (!pooled)
     {
         DeletePlanes(grids, 8);
@@ -401,14 +427,15 @@ PointDescriptorTable* DenseSift(Array2dVec3UInt8* image, std::string name, int s
     const bool quantizeOrientation = StringEndsWith(name, "dixt");
     EraseFirst(name, "dixt");
 
-    std::vector<Array2dReal64*> channels = GetColorChannels(image, name);
+    std::vector<PlanePtr> channels;
+    for (Array2dReal64* channel : GetColorChannels(image, name))
+        channels.emplace_back(channel);
     TLOG_DEBUG(sLog, "colour model '" << name << "': " << channels.size() << " channels");
     std::vector<std::unique_ptr<PointDescriptorTable>> tables;
-    for (size_t c = 0; c < channels.size(); ++c)
+    for (PlanePtr& channel : channels)
     {
-        PlanePtr channel(channels[c]);
-        channels[c] = nullptr;
         tables.emplace_back(DoDenseSift(channel.get(), spacing, cellSize, sigma, cellCount, quantizeOrientation));
+        channel.reset();
     }
     if (tables.size() == 1)
         return tables[0].release();

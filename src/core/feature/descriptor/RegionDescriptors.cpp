@@ -436,6 +436,11 @@ void MakePatch(Array2dVec3UInt8*& patch, Array2dVec3UInt8* image, int x, int y, 
 void ComputeRegionDescriptor(std::vector<double>& result, Array2dVec3UInt8* patch, std::string name,
                              bool circularMask, int x, int y)
 {
+    if (!patch)
+    {
+        TLOG_ERROR(sLog, "[ComputeRegionDescriptor] no patch");
+        return;
+    }
     RegionDescriptorMaker maker(ReadBinCount());
     maker.Compute(result, patch, name, circularMask, x, y);
 }
