@@ -6,13 +6,11 @@
 #include <benchmark/benchmark.h>
 
 #include <cmath>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "core/array/ReadJpgFromMemory.h"
+#include "ExamplePhoto.h"
 #include "core/feature/descriptor/DenseSift.h"
 #include "core/feature/descriptor/GetColorChannels.h"
 #include "core/feature/detector/MakeDenseInterpolator.h"
@@ -27,35 +25,9 @@ namespace
 const int kSpacing = 6;
 const int kCellSize = 4;
 
-std::unique_ptr<Array::Array2dVec3UInt8> LoadImage()
-{
-    std::string path = __FILE__;
-    path = path.substr(0, path.rfind('/')) + "/../examples/astronaut.jpg";
-    std::ifstream in(path, std::ios::binary);
-    std::vector<char> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    Array::Array2dVec3UInt8* image = nullptr;
-    if (!bytes.empty())
-        Array::ReadJpgFromMemory(image, bytes.data(), static_cast<int>(bytes.size()));
-    if (image)
-        return std::unique_ptr<Array::Array2dVec3UInt8>(image);
-    image = new Array::Array2dVec3UInt8(640, 480, 0, 0);
-    for (long long y = 0; y < 480; ++y)
-        for (long long x = 0; x < 640; ++x)
-            for (int c = 0; c < 3; ++c)
-                image->PixelPtr(x, y)[c] =
-                    static_cast<unsigned char>(127.5 + 60 * std::sin(0.05 * x * (c + 1)) + 60 * std::cos(0.07 * y + c));
-    return std::unique_ptr<Array::Array2dVec3UInt8>(image);
-}
-
-Array::Array2dVec3UInt8* Image()
-{
-    static std::unique_ptr<Array::Array2dVec3UInt8> image = LoadImage();
-    return image.get();
-}
-
 Array2dReal64* Grey()
 {
-    static std::unique_ptr<Array2dReal64> grey(Feature::GetColorChannels(Image(), "")[0]);
+    static std::unique_ptr<Array2dReal64> grey(Feature::GetColorChannels(ExamplePhoto(), "")[0]);
     return grey.get();
 }
 
@@ -154,7 +126,7 @@ void BM_DenseSiftWhole(benchmark::State& state)
     for (auto _ : state)
     {
         std::unique_ptr<Feature::PointDescriptorTable> table(
-            Feature::DenseSift(Image(), "dift", kSpacing, kCellSize, 1.0, 4));
+            Feature::DenseSift(ExamplePhoto(), "dift", kSpacing, kCellSize, 1.0, 4));
         benchmark::DoNotOptimize(table->GetDescriptor(0));
     }
 }

@@ -5,45 +5,17 @@
 #include <benchmark/benchmark.h>
 
 #include <cmath>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "core/array/ReadJpgFromMemory.h"
+#include "ExamplePhoto.h"
 #include "core/feature/descriptor/CalculateFISTDescriptors.h"
 
 using namespace Tavlin::Core;
 
 namespace
 {
-
-std::unique_ptr<Array::Array2dVec3UInt8> LoadImage()
-{
-    std::string path = __FILE__;
-    path = path.substr(0, path.rfind('/')) + "/../examples/astronaut.jpg";
-    std::ifstream in(path, std::ios::binary);
-    std::vector<char> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    Array::Array2dVec3UInt8* image = nullptr;
-    if (!bytes.empty())
-        Array::ReadJpgFromMemory(image, bytes.data(), static_cast<int>(bytes.size()));
-    if (image)
-        return std::unique_ptr<Array::Array2dVec3UInt8>(image);
-    image = new Array::Array2dVec3UInt8(640, 480, 0, 0);
-    for (long long y = 0; y < 480; ++y)
-        for (long long x = 0; x < 640; ++x)
-            for (int c = 0; c < 3; ++c)
-                image->PixelPtr(x, y)[c] =
-                    static_cast<unsigned char>(127.5 + 60 * std::sin(0.05 * x * (c + 1)) + 60 * std::cos(0.07 * y + c));
-    return std::unique_ptr<Array::Array2dVec3UInt8>(image);
-}
-
-Array::Array2dVec3UInt8* Image()
-{
-    static std::unique_ptr<Array::Array2dVec3UInt8> image = LoadImage();
-    return image.get();
-}
 
 std::unique_ptr<Feature::PointDescriptorTable> DenseGrid(Array::Array2dVec3UInt8* image)
 {
@@ -73,7 +45,7 @@ std::unique_ptr<Feature::PointDescriptorTable> MultiScale(Array::Array2dVec3UInt
 
 void Run(benchmark::State& state, const char* name, bool dense)
 {
-    Array::Array2dVec3UInt8* image = Image();
+    Array::Array2dVec3UInt8* image = ExamplePhoto();
     auto table = dense ? DenseGrid(image) : MultiScale(image);
     for (auto _ : state)
     {

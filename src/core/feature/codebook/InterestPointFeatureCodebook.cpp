@@ -161,6 +161,11 @@ PointDescriptorTable* InterestPointFeature::ProjectOntoCodebook(PointDescriptorT
 {
     TLOG_DEBUG(sLog, "ProjectOntoCodebook called");
     std::unique_ptr<PointDescriptorTable> input(table);
+    if (!mCodebook)
+    {
+        TLOG_ERROR(sLog, "[ERROR] No codebook to project onto");
+        return nullptr;
+    }
     std::unique_ptr<PointDescriptorTable> result(new PointDescriptorTable(input->GetFeatureDefinition()));
 
     const long long words = mCodebook->mHeight;

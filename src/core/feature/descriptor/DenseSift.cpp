@@ -44,14 +44,24 @@ PointDescriptorTable* EmptyTable(int length)
 }
 
 // First derivatives along x and y of the input smoothed at sigma; their borders are
-// left from the filtering and never read.
+// left from the filtering and never read. Both filters run on one copy of the input
+// with a border as wide as their kernels reach, which spares each its own copy.
 void Derivatives(PlanePtr& dx, PlanePtr& dy, Array2dReal64* input, double sigma)
 {
+    const long long reach = static_cast<int>(sigma * 3.0 + 0.5);
+    Array2dReal64* source = input;
+    PlanePtr bordered;
+    if (reach > 0 && (input->mBorderWidth < reach || input->mBorderHeight < reach))
+    {
+        bordered.reset(Array::ArrayClone<Array2dReal64>(input, reach, reach));
+        Array::CopyImageRows(bordered.get(), input);
+        source = bordered.get();
+    }
     Array2dReal64* gx = nullptr;
     Array2dReal64* gy = nullptr;
-    Array::GaussDerivative(gx, input, sigma, 1, 0, 3.0);
+    Array::GaussDerivative(gx, source, sigma, 1, 0, 3.0);
     dx.reset(gx);
-    Array::GaussDerivative(gy, input, sigma, 0, 1, 3.0);
+    Array::GaussDerivative(gy, source, sigma, 0, 1, 3.0);
     dy.reset(gy);
 }
 
@@ -306,10 +316,14 @@ PointDescriptorTable* MakeSpatial(Array2dReal64* (&planes)[OrientationsT], int s
     std::unique_ptr<PointDescriptorTable> table(EmptyTable(length));
     if (count == 0)
         return table.release();
-    std::unique_ptr<Array2dReal64> store(Array::ArrayCreateOrNull<Array2dReal64>(length, count));
-    if (!store || count > 0x7fffffffLL || !table->Reserve(static_cast<int>(count), false))
+    // The store goes in first, so that reserving the rows finds it in place.
+    Array2dReal64* store = count > 0x7fffffffLL ? nullptr : Array::ArrayCreateOrNull<Array2dReal64>(length, count);
+    if (store)
+        table->SetStorage(store);
+    if (!store || !table->Reserve(static_cast<int>(count), false))
     {
         TLOG_ERROR(sLog, "[MakeSpatial] no memory for " << count << " descriptors of " << length << " values");
+        table->SetStorage(Array::ArrayCreate<Array2dReal64>(length, 0, 0, 0));
         return table.release();
     }
     const double offset = 0.5 * cellCount * cellSize;
@@ -328,7 +342,6 @@ PointDescriptorTable* MakeSpatial(Array2dReal64* (&planes)[OrientationsT], int s
             table->AddPoint(static_cast<double>(i * spacing) + offset - 0.5,
                             static_cast<double>(j * spacing) + offset - 0.5, 0.0, 0.0, 0.0);
     }
-    table->SetStorage(store.release());
     return table.release();
 }
 
@@ -389,7 +402,12 @@ PointDescriptorTable* DoDenseSift(Array2dReal64* channel, int spacing, int cellS
             grids[plane] = Matrix::MatMul(pooledRows.get(), horizontal.get());
         pooled = grids[plane] != nullptr;
     }
+    // The full-size blocks go before the read-out, which can then reuse their memory.
     DeletePlanes(planes, 8);
+    dx.reset();
+    dy.reset();
+    positive.reset();
+    negative.reset();
     if (!pooled)
     {
         DeletePlanes(grids, 8);
@@ -409,14 +427,15 @@ PointDescriptorTable* DenseSift(Array2dVec3UInt8* image, std::string name, int s
     const bool quantizeOrientation = StringEndsWith(name, "dixt");
     EraseFirst(name, "dixt");
 
-    std::vector<Array2dReal64*> channels = GetColorChannels(image, name);
+    std::vector<PlanePtr> channels;
+    for (Array2dReal64* channel : GetColorChannels(image, name))
+        channels.emplace_back(channel);
     TLOG_DEBUG(sLog, "colour model '" << name << "': " << channels.size() << " channels");
     std::vector<std::unique_ptr<PointDescriptorTable>> tables;
-    for (size_t c = 0; c < channels.size(); ++c)
+    for (PlanePtr& channel : channels)
     {
-        PlanePtr channel(channels[c]);
-        channels[c] = nullptr;
         tables.emplace_back(DoDenseSift(channel.get(), spacing, cellSize, sigma, cellCount, quantizeOrientation));
+        channel.reset();
     }
     if (tables.size() == 1)
         return tables[0].release();

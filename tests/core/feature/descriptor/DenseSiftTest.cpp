@@ -7,6 +7,7 @@
 #include <memory>
 #include <vector>
 
+#include "core/array/GaussDerivative.h"
 #include "core/feature/descriptor/GetColorChannels.h"
 #include "core/feature/detector/MakeDenseInterpolator.h"
 #include "core/matrix/MatMul.h"
@@ -162,6 +163,43 @@ TEST(DenseSiftOrientedGradients, PlanesFollowTheTabledDirections)
     EXPECT_EQ(planes.p[1]->PixelPtr(20, 15)[0], r * planes.p[2]->PixelPtr(20, 15)[0]);
     // The sampled derivative kernel, cut at three sigma, gives the slope to within 1 %.
     EXPECT_NEAR(planes.p[2]->PixelPtr(20, 15)[0], 2.0, 0.02);
+}
+
+TEST(DenseSiftGradient, PlanesComeFromTheGaussDerivativesOfTheInput)
+{
+    // Down to images narrower than the kernel, where the filter cuts it.
+    const long long sizes[][2] = {{37, 23}, {5, 3}, {1, 1}};
+    for (const auto& size : sizes)
+    {
+        SCOPED_TRACE(size[0]);
+        PlanePtr input(MakePlane(size[0], size[1], 0, Textured));
+        Array2dReal64* dxRaw = nullptr;
+        Array2dReal64* dyRaw = nullptr;
+        Array::GaussDerivative(dxRaw, input.get(), 1.0, 1, 0, 3.0);
+        Array::GaussDerivative(dyRaw, input.get(), 1.0, 0, 1, 3.0);
+        PlanePtr dx(dxRaw);
+        PlanePtr dy(dyRaw);
+
+        Planes planes;
+        Feature::DenseSiftOrientedGradients(planes.p, input.get(), 1.0);
+        Array2dReal64* magnitudeRaw = nullptr;
+        Array2dReal64* angleRaw = nullptr;
+        Feature::DenseSiftGradient(magnitudeRaw, angleRaw, input.get(), 1.0);
+        PlanePtr magnitude(magnitudeRaw);
+        PlanePtr angle(angleRaw);
+        for (long long y = 0; y < size[1]; ++y)
+            for (long long x = 0; x < size[0]; ++x)
+            {
+                const double gx = dx->PixelPtr(x, y)[0];
+                const double gy = dy->PixelPtr(x, y)[0];
+                ASSERT_EQ(planes.p[2]->PixelPtr(x, y)[0], std::max(gx, 0.0)) << x << ", " << y;
+                ASSERT_EQ(planes.p[6]->PixelPtr(x, y)[0], std::max(-gx, 0.0)) << x << ", " << y;
+                ASSERT_EQ(planes.p[0]->PixelPtr(x, y)[0], std::max(gy, 0.0)) << x << ", " << y;
+                ASSERT_EQ(planes.p[4]->PixelPtr(x, y)[0], std::max(-gy, 0.0)) << x << ", " << y;
+                ASSERT_EQ(magnitude->PixelPtr(x, y)[0], std::sqrt(gx * gx + gy * gy));
+                ASSERT_EQ(angle->PixelPtr(x, y)[0], std::atan2(gy, gx));
+            }
+    }
 }
 
 TEST(DenseSiftQuantizeOrientation, SplitsTheMagnitudeBetweenTheTwoNearestPlanes)
