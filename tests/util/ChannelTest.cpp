@@ -361,3 +361,84 @@ TEST(ChannelPool, ReusesEvictsAndFollowsRedirects)
     EXPECT_TRUE(buffer.Valid());
     EXPECT_EQ(buffer.ReadLine(), "served by the target");
 }
+
+namespace
+{
+
+// A listener on a free loopback port that answers each request of one connection
+// with the next of its replies, then closes.
+class ScriptedPeer
+{
+public:
+    explicit ScriptedPeer(std::vector<std::string> replies) : mListen(socket(AF_INET, SOCK_STREAM, 0))
+    {
+        sockaddr_in address = {};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t length = sizeof(address);
+        bind(mListen, reinterpret_cast<sockaddr*>(&address), sizeof(address));
+        listen(mListen, 4);
+        getsockname(mListen, reinterpret_cast<sockaddr*>(&address), &length);
+        mPort = ntohs(address.sin_port);
+        mThread = std::thread([this, replies] {
+            int peer = accept(mListen, nullptr, nullptr);
+            timeval timeout = {5, 0};
+            setsockopt(peer, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof(timeout));
+            for (const std::string& reply : replies)
+            {
+                char head[Channel::sHeadSize];
+                int total = 0;
+                if (recv(peer, head, sizeof(head), MSG_WAITALL) != sizeof(head) || !Channel::ParseHead(head, total))
+                    break;
+                std::string body(static_cast<size_t>(total - Channel::sHeadSize), '\0');
+                if (recv(peer, &body[0], body.size(), MSG_WAITALL) != static_cast<ssize_t>(body.size()))
+                    break;
+                Channel::WriteHead(head, Channel::sHeadSize + static_cast<int>(reply.size()) + 1);
+                std::string frame = std::string(head, sizeof(head)) + reply + std::string(1, '\0');
+                send(peer, frame.data(), frame.size(), MSG_NOSIGNAL);
+            }
+            close(peer);
+        });
+    }
+    ~ScriptedPeer()
+    {
+        // Unblocks an accept that never got its client.
+        shutdown(mListen, SHUT_RDWR);
+        mThread.join();
+        close(mListen);
+    }
+    int Port() const { return mPort; }
+
+private:
+    int mListen;
+    int mPort;
+    std::thread mThread;
+};
+
+} // namespace
+
+TEST(ChannelPool, DynamicModeMovesToTheAssignedPort)
+{
+    TempDir dir;
+    WritePasswordFile(dir.File("pw"), "r1", "w1");
+    ChannelPool& pool = ChannelPool::Instance();
+    {
+        ScriptedPeer assigned({"hello from the assigned port"});
+        ScriptedPeer first({"Dynamic", "PortAssigned=" + std::to_string(assigned.Port())});
+        Channel* channel = pool.Get("127.0.0.1", first.Port(), "dynamic", dir.File("pw"), true);
+        ASSERT_NE(channel, nullptr);
+        EXPECT_EQ(channel->GetServerInfo(), "127.0.0.1:" + std::to_string(assigned.Port()));
+        int length = channel->SendText("getreadablefile \"a\" \"\" 0");
+        EXPECT_EQ(channel->ReplyText(length), "hello from the assigned port");
+        EXPECT_EQ(pool.Get("127.0.0.1", first.Port(), "dynamic", dir.File("pw"), true), channel);
+    }
+    {
+        LogCapture log("Tavlin.Util.ChannelPool", log4cpp::Priority::ERROR);
+        ScriptedPeer none({"Dynamic", "NoPortAvailable"});
+        EXPECT_EQ(pool.Get("127.0.0.1", none.Port(), "none", dir.File("pw"), true), nullptr);
+        EXPECT_NE(log.Text().find("No free port available; closing channel"), std::string::npos);
+        ScriptedPeer odd({"Maybe"});
+        EXPECT_EQ(pool.Get("127.0.0.1", odd.Port(), "odd", dir.File("pw"), true), nullptr);
+        EXPECT_NE(log.Text().find("Unexpected response to port mode request:Maybe"), std::string::npos);
+    }
+}
