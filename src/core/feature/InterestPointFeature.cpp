@@ -336,9 +336,10 @@ bool InterestPointFeature::ProjectPoints(std::unique_ptr<PointDescriptorTable>& 
                 Vector::VectorTem<double> row = result->GetVector(i);
                 mResult->AddVector(quid, i, row);
             }
-        // What is written is the quantizer's rows, not the points.
-        if (mode == "fisher")
-            table.reset(RowsAsPointTable(*result, table->GetFeatureDefinition()));
+        // What is written is the quantizer's rows, not the points: one per cell for
+        // "fisher", one per point with its position for the closest words.
+        if (mode == "fisher" || mode == "closestword" || mode == "closestword5")
+            table.reset(RowsAsPointTable(*result, table->GetFeatureDefinition(), mode != "fisher"));
     }
     else
     {

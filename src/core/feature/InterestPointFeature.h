@@ -125,6 +125,8 @@ private:
     // Steps of a run with a codebook: the projection replaces the table and is written.
     bool ProjectPoints(std::unique_ptr<PointDescriptorTable>& table, Array::Array2dVec3UInt8* working, Quid quid,
                        Persistency::File output);
+    // Mode "forest": mForest must hold whole trees whose leaves fit its code word count.
+    bool CheckForest();
     // The descriptors multiplied by mCodebookReduce when that is set (the product then
     // in `product`), else the descriptors themselves; null after a reported failure.
     Array::Array2dReal64* ReduceDescriptors(Array::Array2dReal64* descriptors,
