@@ -8,6 +8,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <algorithm>
 #include <memory>
 #include <string>
 
@@ -164,6 +165,13 @@ TEST(DataServer, RefusesBadFramesAndSurvivesClientsThatVanish)
 {
     Site site;
     ASSERT_NE(site.Port(), 0);
+    // Before any client: the listening socket, the log and the standard streams.
+    int descriptors = site.ServerDescriptors();
+    for (int sample = 0; sample < 5; ++sample)
+    {
+        usleep(20000);
+        descriptors = std::min(descriptors, site.ServerDescriptors());
+    }
     {
         // Larger than a message block, smaller than its own head, without a head text.
         const char* const heads[] = {"CTR 10485781", "CTR 19", "CTR -5"};
@@ -195,13 +203,12 @@ TEST(DataServer, RefusesBadFramesAndSurvivesClientsThatVanish)
     }
 
     // A client that holds files and goes away inside a frame frees what it held.
-    const int descriptors = site.ServerDescriptors();
     {
         RawClient client(site.Port());
         ASSERT_EQ(client.Ask(sLogin), RequestText("Static"));
         EXPECT_FALSE(site.IsError(client.Ask(RequestText("openfilebuffer \"held.txt\" 0"))));
         EXPECT_FALSE(site.IsError(client.Ask(RequestText("openfilebuffer \"in.txt\" 1"))));
-        EXPECT_GT(site.ServerDescriptors(), descriptors);
+        EXPECT_GE(site.ServerDescriptors(), descriptors + 3);
         char head[20] = {0};
         std::snprintf(head, sizeof(head), "CTR %d", 5000);
         ASSERT_TRUE(client.SendBytes(std::string(head, 20) + "writefilebuffer"));
