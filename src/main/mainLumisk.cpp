@@ -57,11 +57,24 @@ const char* const sHiddenOptions[] = {
     "surf-haar-size", "surf-spaciality",
     "surf-subregion-size"};
 
+// Inputs, outputs, regions, batch files and codebooks all resolve here: in the
+// current directory, or on the data server that --dataServer names.
+Persistency::Locator DriverLocator()
+{
+    return Persistency::Locator("file:" + CmdOptions::GetInstance().GetString("dataServer", ""), "direct");
+}
+
+Persistency::File GetDriverFile(const std::string& name, bool write)
+{
+    return Persistency::RepositoryInFileSystem::GetInstance().GetFile(
+        Persistency::FileLocator(DriverLocator(), name), write, false);
+}
+
 // One image name per line; blank lines and "#" comment lines are skipped, nothing is
 // trimmed. A batch file that can not be opened gives an empty list.
 void ReadBatchFile(const std::string& name, std::vector<std::string>& inputs)
 {
-    std::unique_ptr<Util::IOBuffer> buffer(Persistency::RepositoryGetFile(name, false, false).GetReadBuffer());
+    std::unique_ptr<Util::IOBuffer> buffer(GetDriverFile(name, false).GetReadBuffer());
     if (!buffer || !buffer->Valid())
         return;
     while (buffer->Available() != 0)
@@ -79,7 +92,7 @@ Persistency::File ResolveFile(const std::string& value, bool batch, const std::s
 {
     if (value.empty())
         return Persistency::File();
-    return Persistency::RepositoryGetFile(batch ? FileNameConcat(value, base + extension) : value, write, false);
+    return GetDriverFile(batch ? FileNameConcat(value, base + extension) : value, write);
 }
 
 bool FlagValue(const std::string& value)
@@ -99,7 +112,7 @@ log4cpp::Category& DriverLog()
 Core::Array::Array2dReal64* ReadMatrixFile(const std::string& name, bool asCodebook, const char* nullBufferMessage)
 {
     log4cpp::Category& sLog = DriverLog();
-    Persistency::FileLocator locator(Persistency::Locator("file:", "direct"), name);
+    Persistency::FileLocator locator(DriverLocator(), name);
     Persistency::RepositoryInFileSystem& repository = Persistency::RepositoryInFileSystem::GetInstance();
     Persistency::File file = repository.GetFile(locator, false, false);
     if (!asCodebook)
@@ -144,7 +157,7 @@ bool LoadCodebook(CmdOptions& options, const std::string& codebookName, Core::Fe
 
     if (options.GetString("codebookMode", "hard") == "forest")
     {
-        Persistency::File file = Persistency::RepositoryGetFile(codebookName, false, false);
+        Persistency::File file = GetDriverFile(codebookName, false);
         std::unique_ptr<Util::IOBuffer> buffer(file.GetReadBuffer());
         Core::Feature::FeatureTable* forest = buffer ? Core::Feature::ReadCodebookTable(buffer.get()) : nullptr;
         if (!forest)
@@ -174,6 +187,8 @@ int RunLumisk(int argc, char** argv)
     options.AddOption(0, "override", "", "1");
     options.AddOption(0, "batch", "", "0");
     options.AddOption(0, "descriptorReduce", "filename", "");
+    options.AddOption(0, "dataServer", "machine:port", "");
+    options.AddOption(0, "passwordFile", "filename", ".passwords");
 
     for (const char* name : sHiddenOptions)
         options.HideOption(name);
@@ -233,7 +248,7 @@ int RunLumisk(int argc, char** argv)
         if (entry.empty())
             continue;
         const std::string base = FileNameBase(entry);
-        Persistency::File inputFile = Persistency::RepositoryGetFile(entry, false, false);
+        Persistency::File inputFile = GetDriverFile(entry, false);
         // Writable files are resolved first, so their directories exist before decoding.
         Persistency::File loadRegionsFile = ResolveFile(loadRegions, batch, base, false);
         Persistency::File saveRegionsFile = ResolveFile(saveRegions, batch, base, true);
@@ -259,8 +274,7 @@ int RunLumisk(int argc, char** argv)
     // Collected cluster input is the run's result: training data for codebooks.
     if (feature.GetClusterInput() && !output.empty())
     {
-        Persistency::File file = Persistency::RepositoryGetFile(
-            batch ? FileNameConcat(output, "clusterinput.bin") : output, true, false);
+        Persistency::File file = GetDriverFile(batch ? FileNameConcat(output, "clusterinput.bin") : output, true);
         if (file.Valid())
             feature.WriteClusterInput(file);
     }

@@ -115,7 +115,8 @@ bool InterestPointFeature::PrepareCodebookMode()
         TLOG_ERROR(sLog, "[ERROR] No codebook to project onto");
         return false;
     }
-    Persistency::CodebookLocator locator(Persistency::Locator("file:", "direct"),
+    // With a data server the quantizer's files are found there too.
+    Persistency::CodebookLocator locator(Persistency::Locator("file:" + mProperties->GetString("dataServer", ""), "direct"),
                                          mProperties->GetString("codebookName", ""), "codebook");
     if (IsQuantizerMode(mode))
     {
