@@ -9,6 +9,7 @@
 #include <mutex>
 #include <thread>
 
+#include "basis/CmdOptions.h"
 #include "basis/FileName.h"
 #include "basis/Report.h"
 #include "core/array/ReadFile.h"
@@ -42,7 +43,7 @@ Persistency::File ResolveFile(const std::string& value, bool batch, const std::s
 {
     if (value.empty())
         return Persistency::File();
-    return Persistency::RepositoryGetFile(batch ? FileNameConcat(value, base + extension) : value, write, false);
+    return GetDriverFile(batch ? FileNameConcat(value, base + extension) : value, write);
 }
 
 // The files one input writes, resolved (and their directories made) as the serial run
@@ -81,7 +82,7 @@ int RunSerial(InterestPointFeature& feature, const std::vector<std::string>& inp
         if (entry.empty())
             continue;
         const std::string base = FileNameBase(entry);
-        Persistency::File inputFile = Persistency::RepositoryGetFile(entry, false, false);
+        Persistency::File inputFile = GetDriverFile(entry, false);
         Persistency::File loadRegionsFile = ResolveFile(settings.loadRegions, settings.batch, base, false);
         // Writable files are resolved first, so their directories exist before decoding.
         WriteFiles files(settings, base);
@@ -250,7 +251,7 @@ void ParallelBatch::Process(Job& job, Util::TimeStats& stats)
     try
     {
         const std::string base = FileNameBase(job.entry);
-        Persistency::File inputFile = Persistency::RepositoryGetFile(job.entry, false, false);
+        Persistency::File inputFile = GetDriverFile(job.entry, false);
         Persistency::File loadRegions = ResolveFile(mSettings.loadRegions, mSettings.batch, base, false);
         job.exitBeforeFiles = ReportTakeExitDue();
         if (job.exitBeforeFiles)
@@ -318,6 +319,17 @@ void ParallelBatch::Stop()
 }
 
 } // namespace
+
+Persistency::Locator DriverLocator()
+{
+    return Persistency::Locator("file:" + CmdOptions::GetInstance().GetString("dataServer", ""), "direct");
+}
+
+Persistency::File GetDriverFile(const std::string& name, bool write)
+{
+    return Persistency::RepositoryInFileSystem::GetInstance().GetFile(
+        Persistency::FileLocator(DriverLocator(), name), write, false);
+}
 
 int RunImages(InterestPointFeature& feature, const std::vector<std::string>& inputs, const BatchSettings& settings,
               Timer& totalTimer)

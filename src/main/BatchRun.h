@@ -11,6 +11,8 @@
 
 #include "basis/Timer.h"
 #include "core/feature/InterestPointFeature.h"
+#include "persistency/File.h"
+#include "persistency/Locator.h"
 
 namespace Tavlin
 {
@@ -18,6 +20,11 @@ namespace Sandbox
 {
 namespace Vesk
 {
+
+// Inputs, outputs, regions, batch files and codebooks all resolve here: in the
+// current directory, or on the data server that --dataServer names.
+Persistency::Locator DriverLocator();
+Persistency::File GetDriverFile(const std::string& name, bool write);
 
 struct BatchSettings
 {

@@ -65,7 +65,7 @@ const char* const sHiddenOptions[] = {
 // trimmed. A batch file that can not be opened gives an empty list.
 void ReadBatchFile(const std::string& name, std::vector<std::string>& inputs)
 {
-    std::unique_ptr<Util::IOBuffer> buffer(Persistency::RepositoryGetFile(name, false, false).GetReadBuffer());
+    std::unique_ptr<Util::IOBuffer> buffer(GetDriverFile(name, false).GetReadBuffer());
     if (!buffer || !buffer->Valid())
         return;
     while (buffer->Available() != 0)
@@ -93,7 +93,7 @@ log4cpp::Category& DriverLog()
 Core::Array::Array2dReal64* ReadMatrixFile(const std::string& name, bool asCodebook, const char* nullBufferMessage)
 {
     log4cpp::Category& sLog = DriverLog();
-    Persistency::FileLocator locator(Persistency::Locator("file:", "direct"), name);
+    Persistency::FileLocator locator(DriverLocator(), name);
     Persistency::RepositoryInFileSystem& repository = Persistency::RepositoryInFileSystem::GetInstance();
     Persistency::File file = repository.GetFile(locator, false, false);
     if (!asCodebook)
@@ -138,7 +138,7 @@ bool LoadCodebook(CmdOptions& options, const std::string& codebookName, Core::Fe
 
     if (options.GetString("codebookMode", "hard") == "forest")
     {
-        Persistency::File file = Persistency::RepositoryGetFile(codebookName, false, false);
+        Persistency::File file = GetDriverFile(codebookName, false);
         std::unique_ptr<Util::IOBuffer> buffer(file.GetReadBuffer());
         Core::Feature::FeatureTable* forest = buffer ? Core::Feature::ReadCodebookTable(buffer.get()) : nullptr;
         if (!forest)
@@ -195,6 +195,8 @@ int RunLumisk(int argc, char** argv)
     options.AddOption(0, "override", "", "1");
     options.AddOption(0, "batch", "", "0");
     options.AddOption(0, "descriptorReduce", "filename", "");
+    options.AddOption(0, "dataServer", "machine:port", "");
+    options.AddOption(0, "passwordFile", "filename", ".passwords");
     options.AddOption(0, "threads", "N", "1");
     options.AddOption(0, "shard", "K/N", "");
 
@@ -238,6 +240,13 @@ int RunLumisk(int argc, char** argv)
     }
     if (settings.threads == 0)
         settings.threads = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
+    // A data server is reached through one channel, whose message block serves one
+    // request at a time.
+    if (settings.threads > 1 && !options.GetString("dataServer", "").empty())
+    {
+        TLOG_WARN(sLog, "--threads " << settings.threads << " with --dataServer: running on one thread");
+        settings.threads = 1;
+    }
     size_t shard = 0;
     size_t shardCount = 1;
     if (!ParseShard(options.GetString("shard", ""), shard, shardCount))
@@ -280,8 +289,7 @@ int RunLumisk(int argc, char** argv)
     // Collected cluster input is the run's result: training data for codebooks.
     if (feature.GetClusterInput() && !output.empty())
     {
-        Persistency::File file = Persistency::RepositoryGetFile(
-            batch ? FileNameConcat(output, "clusterinput.bin") : output, true, false);
+        Persistency::File file = GetDriverFile(batch ? FileNameConcat(output, "clusterinput.bin") : output, true);
         if (file.Valid())
             feature.WriteClusterInput(file);
     }

@@ -11,6 +11,9 @@
 #include "basis/Report.h"
 #include "basis/String.h"
 #include "basis/StringList.h"
+#include "util/Channel.h"
+#include "util/ChannelPool.h"
+#include "util/IOBufferChannel.h"
 #include "util/IOBufferFile.h"
 
 namespace Tavlin
@@ -27,26 +30,56 @@ log4cpp::Category& sLogFile = log4cpp::Category::getInstance("Tavlin.Util.IOBuff
 } // namespace
 
 FileSystem::FileSystem(const std::string& searchPath, const std::string& server)
-    : mOverride(false), mSearchPath(searchPath), mServer(server)
+    : mOverride(false), mSearchPath(searchPath), mServer(server), mChannel(nullptr)
 {
     StringList entries(searchPath, ';');
     mPaths.assign(entries.begin(), entries.end());
+    CmdOptions& options = CmdOptions::GetInstance();
     if (!mServer.empty())
     {
         TLOG_DEBUG(sLog, "Retrieving channel to server " << mServer);
-        TLOG_ERROR(sLog, "No data-server channel in this build; files on " << mServer << " cannot be reached");
+        std::string passwordFile = options.GetString("passwordFile", "");
+        size_t colon = mServer.find(':');
+        std::string machine = mServer.substr(0, colon);
+        int port = colon == std::string::npos ? 0 : atoi(mServer.substr(colon + 1));
+        mChannel = Util::ChannelPool::Instance().Get(machine, port, mServer, passwordFile, true);
     }
-    mOverride = CmdOptions::GetInstance().GetBool("override");
+    mOverride = options.GetBool("override");
 }
+
+namespace
+{
+
+// The text of a reply, or "" for a broken channel or an ERROR reply.
+std::string ServerReply(Util::Channel* channel, const std::string& request)
+{
+    int length = channel->SendText(request);
+    if (length < 0 || Util::Channel::IsError(channel->GetBody(), length))
+        return std::string();
+    return channel->ReplyText(length);
+}
+
+} // namespace
 
 std::string FileSystem::GetFilePath(const std::string& dir, const std::string& file, bool write, bool silent)
 {
-    if (!mServer.empty())
+    if (!mServer.empty() && !mChannel)
         return std::string();
     std::string name = FileNameConcat(dir, file);
+    if (!mChannel)
+    {
+        if (write)
+            return GetWritableFileLocal(mPaths, name, silent);
+        return GetReadableFileLocal(mPaths, name, silent);
+    }
+    std::string request = (write ? "getwritablefile \"" : "getreadablefile \"") + name + "\" \"" + mSearchPath +
+                          "\" " + (silent ? "1" : "0");
     if (write)
-        return GetWritableFileLocal(mPaths, name, silent);
-    return GetReadableFileLocal(mPaths, name, silent);
+        request += mOverride ? " 1" : " 0";
+    std::string path = ServerReply(mChannel, request);
+    if (!path.empty())
+        TLOG_DEBUG(sLog, "Got file [" << path << "] from " << mServer);
+    return path;
 }
 
 std::string FileSystem::GetReadableFileLocal(const std::vector<std::string>& paths, const std::string& name,
@@ -110,6 +143,13 @@ std::string FileSystem::ExpandPathEntry(std::string entry)
 
 std::string FileSystem::MakeDir(const std::string& dir)
 {
+    if (mChannel)
+    {
+        std::string made = ServerReply(mChannel, "domkdirpath \"" + dir + "\" \"" + mSearchPath + "\"");
+        if (!made.empty())
+            TLOG_DEBUG(sLog, "Got dir [" << made << "]");
+        return made;
+    }
     if (!mServer.empty() || mPaths.empty())
         return std::string();
     return DoMkDirPathLocal(FileNameConcat(mPaths[0], dir));
@@ -138,14 +178,56 @@ std::string FileSystem::DoMkDirPathLocal(std::string path)
 }
 
 Util::IOBuffer* FileSystem::GetIOBuffer(const std::string& name, bool readOnly, bool useMemory,
-                                        std::string /*tmpName*/, int64_t /*size*/, bool /*useChannel*/)
+                                        std::string tmpName, int64_t size, bool useChannel)
 {
     TLOG_DEBUG(sLog, "GetIOBuffer [" << name << "]");
-    if (!mServer.empty())
+    if (!mServer.empty() && !mChannel)
         return nullptr;
-    std::unique_ptr<Util::IOBuffer> buffer(new Util::IOBufferFile(name, readOnly, useMemory, false));
-    if (!buffer->Valid())
+    std::unique_ptr<Util::IOBuffer> buffer;
+    bool deliver = false;
+    if (!mChannel)
+        buffer.reset(new Util::IOBufferFile(name, readOnly, useMemory, false));
+    else if (!readOnly)
+    {
+        if (useChannel)
+        {
+            TLOG_DEBUG(sLog, "GetIOBuffer: Write using Channel " << name);
+            buffer.reset(new Util::IOBufferChannel(name, false, mChannel));
+        }
+        else
+        {
+            if (!tmpName.empty())
+            {
+                TLOG_DEBUG(sLog, "GetIOBuffer: Write using File " << name);
+                if (tmpName == "tmp")
+                    tmpName = FileNameTmp();
+                buffer.reset(new Util::IOBufferFile(tmpName, false, false, false));
+            }
+            else
+            {
+                TLOG_DEBUG(sLog, "GetIOBuffer: Write using mem " << name);
+                buffer.reset(new Util::IOBuffer(size));
+            }
+            deliver = true;
+        }
+    }
+    else if (useChannel)
+    {
+        TLOG_DEBUG(sLog, "GetIOBuffer: Read using Channel to " << mServer << ": " << name);
+        buffer.reset(new Util::IOBufferChannel(name, true, mChannel));
+    }
+    else
+    {
+        TLOG_DEBUG(sLog, "GetIOBuffer: Read using File: " << name);
+        if (tmpName == "tmp")
+            tmpName = FileNameTmp();
+        buffer.reset(Util::ReadIOBufferFromChannel(mChannel, name, tmpName));
+    }
+    if (!buffer || !buffer->Valid())
         return nullptr;
+    // Only a buffer that works is sent to the server when deleted.
+    if (deliver)
+        buffer->SetChannelDelivery(mChannel, name, tmpName);
     return buffer.release();
 }
 

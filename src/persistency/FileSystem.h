@@ -4,8 +4,9 @@
 // "${NAME}". The empty search path has one empty entry: names mean what they say,
 // relative to the current directory.
 //
-// A file system may name a data server ("machine:port"). This build has no channel to
-// a data server, so such a file system resolves no name and opens no buffer.
+// A file system may name a data server ("machine:port"): then names are resolved,
+// directories made and buffers opened on that server, through a channel from the
+// ChannelPool. Without a channel it resolves no name and opens no buffer.
 #ifndef TAVLIN_PERSISTENCY_FILESYSTEM_H
 #define TAVLIN_PERSISTENCY_FILESYSTEM_H
 
@@ -17,6 +18,7 @@ namespace Tavlin
 {
 namespace Util
 {
+class Channel;
 class IOBuffer;
 }
 
@@ -26,7 +28,8 @@ namespace Persistency
 class FileSystem
 {
 public:
-    // Reads the option `override` (may existing files be overwritten).
+    // Reads the options `override` (may existing files be overwritten) and, for a
+    // server, `passwordFile`.
     FileSystem(const std::string& searchPath, const std::string& server);
 
     // The path of dir/file for reading or writing; empty, after a logged error unless
@@ -63,6 +66,7 @@ private:
     std::string mSearchPath;
     std::vector<std::string> mPaths;
     std::string mServer;
+    Util::Channel* mChannel;
 };
 
 } // namespace Persistency

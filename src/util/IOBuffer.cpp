@@ -26,17 +26,28 @@ const int sTextBufferSize = 1024;
 } // namespace
 
 IOBuffer::IOBuffer(int64_t size)
-    : mBuffer(new unsigned char[size > 0 ? size : 0]), mSize(size > 0 ? size : 0), mPosition(0)
+    : mBuffer(new unsigned char[size > 0 ? size : 0]), mSize(size > 0 ? size : 0), mPosition(0), mChannel(nullptr)
 {
 }
 
-IOBuffer::IOBuffer() : mBuffer(nullptr), mSize(0), mPosition(0)
+IOBuffer::IOBuffer() : mBuffer(nullptr), mSize(0), mPosition(0), mChannel(nullptr)
 {
 }
 
 IOBuffer::~IOBuffer()
 {
+    if (mChannel)
+        WriteIOBufferToChannel();
     delete[] mBuffer;
+    if (!mTmpFileName.empty())
+        std::remove(mTmpFileName.c_str());
+}
+
+void IOBuffer::SetChannelDelivery(Channel* channel, const std::string& fileName, const std::string& tmpFileName)
+{
+    mChannel = channel;
+    mChannelFileName = fileName;
+    mTmpFileName = tmpFileName;
 }
 
 bool IOBuffer::Valid()

@@ -17,6 +17,8 @@ namespace Tavlin
 namespace Util
 {
 
+class Channel;
+
 class IOBuffer
 {
 public:
@@ -88,6 +90,13 @@ public:
     // chunk could not be compressed (that chunk is left out).
     bool WriteZlib(const void* src, int64_t size);
 
+    // Sends what has been written (up to the position, less a last single byte) to the
+    // server file set by SetChannelDelivery. Runs at deletion of such a buffer.
+    bool WriteIOBufferToChannel();
+    // Makes this buffer stand in for fileName on the server behind channel: deleting it
+    // delivers the content there. tmpFileName, when not empty, is removed afterwards.
+    void SetChannelDelivery(Channel* channel, const std::string& fileName, const std::string& tmpFileName);
+
     // Bytes per uncompressed chunk of the zlib stream.
     static constexpr int64_t sZlibChunkSize = 16777216;
 
@@ -98,6 +107,10 @@ protected:
     unsigned char* mBuffer;
     int64_t mSize;
     int64_t mPosition;
+    // Not owned; set only while the buffer must still be delivered to a server.
+    Channel* mChannel;
+    std::string mChannelFileName;
+    std::string mTmpFileName;
 
 private:
     template <class T>

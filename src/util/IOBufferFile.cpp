@@ -75,6 +75,9 @@ IOBufferFile::IOBufferFile(const std::string& fileName, bool readOnly, bool useM
 
 IOBufferFile::~IOBufferFile()
 {
+    // A file that stands in for a server file is sent before it is closed.
+    if (mChannel)
+        WriteIOBufferToChannel();
     if (mFile)
         std::fclose(mFile);
 }

@@ -59,8 +59,10 @@ BinDesc ReadBinDesc(const std::string& path)
     }
     file.points.resize(points);
     file.values.resize(values);
-    std::memcpy(file.points.data(), bytes.data() + 32, 8 * points);
-    std::memcpy(file.values.data(), bytes.data() + 32 + 8 * points, 8 * values);
+    if (points > 0)
+        std::memcpy(file.points.data(), bytes.data() + 32, 8 * points);
+    if (values > 0)
+        std::memcpy(file.values.data(), bytes.data() + 32 + 8 * points, 8 * values);
     return file;
 }
 

@@ -48,4 +48,21 @@ std::string NewFormTable(int rows, int length, const std::vector<double>& values
                         QuidVectorColumns(first, second, length, values));
 }
 
+std::string TableFileOf(const Tavlin::Core::Feature::FeatureTable& table)
+{
+    const int rows = table.Size();
+    const int length = table.GetVectorLength();
+    std::vector<uint64_t> first, second;
+    std::vector<double> values;
+    for (int i = 0; i < rows; ++i)
+    {
+        first.push_back(table.GetQuid(i).GetFirst());
+        second.push_back(table.GetQuid(i).GetSecond());
+        values.insert(values.end(), table.GetVector(i), table.GetVector(i) + length);
+    }
+    return NewFormTable("tavlintableversion: 2, columns: 2, size: " + std::to_string(rows) +
+                            "\ncolumn1: object\ncolumn2: values\n",
+                        QuidVectorColumns(first, second, length, values));
+}
+
 } // namespace TestSupport

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "core/feature/FeatureTable.h"
+
 namespace TestSupport
 {
 
@@ -27,6 +29,9 @@ std::string NewFormTable(const std::string& header, const std::string& columns);
 
 // A complete new-form table of rows x length values with Quids (0, i).
 std::string NewFormTable(int rows, int length, const std::vector<double>& values);
+
+// A feature table as a new-form table file: Quid words, then the vectors.
+std::string TableFileOf(const Tavlin::Core::Feature::FeatureTable& table);
 
 } // namespace TestSupport
 

@@ -8,10 +8,12 @@
 //
 // Each row is computed with the kernel loop outside and the pixel loop inside,
 // accumulating into the result row, four taps per sweep: every pixel's sum keeps its
-// order, and the independent pixels of a row go through the vector unit together.
+// order, and the independent pixels of a row go through the vector unit together. The
+// loops are compiled twice, the second time for AVX2, taken where the processor has it.
 #ifndef TAVLIN_CORE_ARRAY_FUNCGENCONV2DSEPDISPATCH_H
 #define TAVLIN_CORE_ARRAY_FUNCGENCONV2DSEPDISPATCH_H
 
+#include "basis/CpuFeatures.h"
 #include "core/array/Array2dTem.h"
 #include "core/array/TraitBpo.h"
 
@@ -25,10 +27,11 @@ namespace Pattern
 {
 
 // d[x] += k[0] s[0][x], then k[1] s[1][x], ... for `count` (1 to 4) taps: up to four
-// terms per load and store of the running sums, in the order of the taps.
+// terms per load and store of the running sums, in the order of the taps. With `first`
+// the sums start from 0.0 instead of reading d.
 template <class DstStor, class SrcStor, class KerStor, class MulT, class AddT>
-inline void AccumulateTaps(DstStor* __restrict d, const SrcStor* const* taps, const KerStor* k, long long count,
-                           long long width, MulT mul, AddT add)
+TAVLIN_ALWAYS_INLINE void AccumulateTaps(DstStor* __restrict d, const SrcStor* const* taps, const KerStor* k,
+                                         long long count, long long width, MulT mul, AddT add, bool first)
 {
     const SrcStor* __restrict s0 = taps[0];
     const KerStor k0 = k[0];
@@ -40,6 +43,19 @@ inline void AccumulateTaps(DstStor* __restrict d, const SrcStor* const* taps, co
         const KerStor k1 = k[1];
         const KerStor k2 = k[2];
         const KerStor k3 = k[3];
+        if (first)
+        {
+            for (long long x = 0; x < width; ++x)
+            {
+                DstStor acc = 0.0;
+                add(acc, mul(k0, s0[x]));
+                add(acc, mul(k1, s1[x]));
+                add(acc, mul(k2, s2[x]));
+                add(acc, mul(k3, s3[x]));
+                d[x] = acc;
+            }
+            return;
+        }
         for (long long x = 0; x < width; ++x)
         {
             DstStor acc = d[x];
@@ -51,6 +67,9 @@ inline void AccumulateTaps(DstStor* __restrict d, const SrcStor* const* taps, co
         }
         return;
     }
+    if (first)
+        for (long long x = 0; x < width; ++x)
+            d[x] = 0.0;
     for (long long j = 0; j < count; ++j)
     {
         const SrcStor* __restrict sj = taps[j];
@@ -63,10 +82,8 @@ inline void AccumulateTaps(DstStor* __restrict d, const SrcStor* const* taps, co
 // The row loop shared by both passes: result row y is the sum over taps t of
 // kernel[t] x row tapRow(y, t) of the source.
 template <class DstT, class KerT, class MulT, class AddT, class TapRowT>
-void ConvolveByTapRows(DstT* dst, KerT* kernel, MulT mul, AddT add, int dispatchId, TapRowT tapRow)
+TAVLIN_ALWAYS_INLINE void ConvolveRows(DstT* dst, KerT* kernel, MulT mul, AddT add, TapRowT tapRow)
 {
-    if (dispatchId < 0 || dispatchId > 2)
-        return;
     typedef typename DstT::StorType DstStor;
     const long long n = kernel->mWidth;
     const long long width = dst->mWidth;
@@ -76,15 +93,30 @@ void ConvolveByTapRows(DstT* dst, KerT* kernel, MulT mul, AddT add, int dispatch
     {
         DstStor* __restrict d = dst->PixelPtr(0, y);
         decltype(tapRow(y, 0)) taps[4];
-        for (long long x = 0; x < width; ++x)
-            d[x] = 0.0;
         for (long long i = 0; i < n; i += 4)
         {
             for (long long j = 0; j < 4 && i + j < n; ++j)
                 taps[j] = tapRow(y, i + j);
-            AccumulateTaps(d, taps, k + i, n - i < 4 ? n - i : 4, width, mul, add);
+            AccumulateTaps(d, taps, k + i, n - i < 4 ? n - i : 4, width, mul, add, i == 0);
         }
     }
+}
+
+template <class DstT, class KerT, class MulT, class AddT, class TapRowT>
+TAVLIN_TARGET_AVX2 void ConvolveRowsAvx2(DstT* dst, KerT* kernel, MulT mul, AddT add, TapRowT tapRow)
+{
+    ConvolveRows(dst, kernel, mul, add, tapRow);
+}
+
+template <class DstT, class KerT, class MulT, class AddT, class TapRowT>
+void ConvolveByTapRows(DstT* dst, KerT* kernel, MulT mul, AddT add, int dispatchId, TapRowT tapRow)
+{
+    if (dispatchId < 0 || dispatchId > 2)
+        return;
+    if (CpuHasAvx2())
+        ConvolveRowsAvx2(dst, kernel, mul, add, tapRow);
+    else
+        ConvolveRows(dst, kernel, mul, add, tapRow);
 }
 
 template <class DstT, class SrcT, class KerT, class MulT, class AddT>

@@ -322,8 +322,12 @@ bool InterestPointFeature::ProjectPoints(std::unique_ptr<PointDescriptorTable>& 
                 return false;
             table->SetStorage(reduced);
         }
-        std::unique_ptr<Vector::VectorSet<Array::Array2dReal64>> result(
-            mQuantizer->Quantize(table.get(), width, height));
+        std::unique_ptr<Vector::VectorSet<Array::Array2dReal64>> result;
+        {
+            // Quantizers keep scratch state (the mixture's statistics, for one).
+            std::lock_guard<std::mutex> lock(mQuantizerMutex);
+            result.reset(mQuantizer->Quantize(table.get(), width, height));
+        }
         if (!result)
             return false;
         if (mResult)
@@ -332,9 +336,10 @@ bool InterestPointFeature::ProjectPoints(std::unique_ptr<PointDescriptorTable>& 
                 Vector::VectorTem<double> row = result->GetVector(i);
                 mResult->AddVector(quid, i, row);
             }
-        // What is written is the quantizer's rows, not the points.
-        if (mode == "fisher")
-            table.reset(RowsAsPointTable(*result, table->GetFeatureDefinition()));
+        // What is written is the quantizer's rows, not the points: one per cell for
+        // "fisher", one per point with its position for the closest words.
+        if (mode == "fisher" || mode == "closestword" || mode == "closestword5")
+            table.reset(RowsAsPointTable(*result, table->GetFeatureDefinition(), mode != "fisher"));
     }
     else
     {

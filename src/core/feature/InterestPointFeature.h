@@ -5,6 +5,7 @@
 #define TAVLIN_CORE_FEATURE_INTERESTPOINTFEATURE_H
 
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -140,6 +141,8 @@ private:
     // Steps of a run with a codebook: the projection replaces the table and is written.
     bool ProjectPoints(std::unique_ptr<PointDescriptorTable>& table, Array::Array2dVec3UInt8* working, Quid quid,
                        ImageFiles& files, Util::TimeStats& stats);
+    // Mode "forest": mForest must hold whole trees whose leaves fit its code word count.
+    bool CheckForest();
     // The descriptors multiplied by mCodebookReduce when that is set (the product then
     // in `product`), else the descriptors themselves; null after a reported failure.
     Array::Array2dReal64* ReduceDescriptors(Array::Array2dReal64* descriptors,
@@ -166,6 +169,8 @@ private:
     int mSurfSubregionSize = 0;
     int mSurfSpaciality = 0;
     SpatialQuantizer* mQuantizer = nullptr;
+    // Workers quantize one at a time.
+    std::mutex mQuantizerMutex;
     Util::PropertySet* mProperties = nullptr;
     Util::Random mRandom;
 };

@@ -61,6 +61,9 @@ long long VectorQuantizeBlockRows(long long codebookRows)
 namespace
 {
 
+// Words are searched in pieces of this many, each with its own smallest value.
+const long long sPiece = 256;
+
 // u[j] = |(aa + bb[j]) + (-2 c[j])|, the squared distances before the square root,
 // written over c; returns the smallest of them (a NaN is never taken).
 double SquaredDistancesAndMinimum(double* c, const double* bb, double aa, long long n)
@@ -138,6 +141,8 @@ Array2dReal64* VectorQuantize(Array2dReal64* data, Array2dReal64* codebook)
     const long long block = std::max(1LL, std::min(VectorQuantizeBlockRows(words), (1LL << 19) / words));
     std::vector<double> product(static_cast<size_t>(std::min(block, rows) * words));
     std::unique_ptr<Array2dReal64> result(MatCreate<Array2dReal64>(static_cast<int>(rows), 2));
+    const long long pieces = (words + sPiece - 1) / sPiece;
+    std::vector<double> pieceSmallest(static_cast<size_t>(pieces));
     double* out = result->mData;
     for (long long start = 0; start < rows; start += block)
     {
@@ -155,16 +160,33 @@ Array2dReal64* VectorQuantize(Array2dReal64* data, Array2dReal64* codebook)
                 aa += square;
             }
             double* u = product.data() + i * words;
-            const double smallest = SquaredDistancesAndMinimum(u, bb.data(), aa, words);
+            double smallest = std::numeric_limits<double>::infinity();
+            for (long long p = 0; p < pieces; ++p)
+            {
+                const long long first = p * sPiece;
+                pieceSmallest[p] = SquaredDistancesAndMinimum(u + first, bb.data() + first, aa,
+                                                              std::min(sPiece, words - first));
+                smallest = pieceSmallest[p] < smallest ? pieceSmallest[p] : smallest;
+            }
             const double best = std::sqrt(smallest);
-            long long index = 0;
             if (best < sVectorQuantizeFar)
             {
                 // Squared values whose root may still equal best lie within a relative
-                // 1e-15 or so of the smallest; the bound is generous.
+                // 1e-15 or so of the smallest; the bound is generous. Only pieces that
+                // hold such a value are searched, in order.
                 const double bound = smallest * (1.0 + 1e-9);
-                while (!(u[index] <= bound && std::sqrt(u[index]) == best))
-                    ++index;
+                long long index = 0;
+                for (long long p = 0; p < pieces; ++p)
+                {
+                    if (!(pieceSmallest[p] <= bound))
+                        continue;
+                    const long long end = std::min((p + 1) * sPiece, words);
+                    for (index = p * sPiece; index < end; ++index)
+                        if (u[index] <= bound && std::sqrt(u[index]) == best)
+                            break;
+                    if (index < end)
+                        break;
+                }
                 out[0] = static_cast<double>(index);
                 out[1] = best;
             }

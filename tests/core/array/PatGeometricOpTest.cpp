@@ -141,3 +141,24 @@ TEST(PatGeometricOp, RefusesAMatrixThatIsNot3x3)
     EXPECT_EQ("PatGeometricOp: matrix needs to be 3x3\n", printed);
     EXPECT_FALSE(out);
 }
+
+TEST(PatGeometricOp, WidthSixToTwelveLeavesTheLastTwoColumnsAtBackground)
+{
+    Array2dUInt8 src(6, 4, 0, 0);
+    for (long long y = 0; y < 4; ++y)
+        for (long long x = 0; x < 6; ++x)
+            *src.PixelPtr(x, y) = 200;
+    const double stretch[9] = {2, 0, 0, 0, 1, 0, 0, 0, 1};
+    std::unique_ptr<Array2dReal64> m(Matrix(3, 3, stretch));
+    Array2dReal64* dst = nullptr;
+    Pattern::PatGeometricOp<Array2dReal64, const Array2dUInt8>(dst, &src, m.get(), true, GeoIntLinear, true, 0.0);
+    PlanePtr out(dst);
+    ASSERT_EQ(12, out->mWidth);
+    ASSERT_EQ(4, out->mHeight);
+    for (long long x = 0; x < 12; ++x)
+    {
+        EXPECT_EQ(x < 10 ? 200.0 : 0.0, *out->PixelPtr(x, 1)) << x;
+        // The last row is reached only from below as well.
+        EXPECT_EQ(0.0, *out->PixelPtr(x, 3)) << x;
+    }
+}

@@ -11,7 +11,9 @@
 #include "core/feature/InterestPointFeature.h"
 #include "core/feature/PointDescriptorTable.h"
 #include "core/feature/codebook/CodebookMatrices.h"
+#include "core/feature/codebook/GetCodebookLength.h"
 #include "core/feature/codebook/PointSelectors.h"
+#include "core/feature/codebook/RandomTree.h"
 #include "core/feature/codebook/SoftAssignment.h"
 #include "core/feature/codebook/SpatialQuantizerFactory.h"
 #include "core/matrix/MatCreate.h"
@@ -75,6 +77,36 @@ void InterestPointFeature::SetCodebookDiffStat(Matrix::MatList* diffStat)
     mCodebookDiffStat = diffStat;
 }
 
+bool InterestPointFeature::CheckForest()
+{
+    if (!mForest)
+    {
+        TLOG_ERROR(sLog, "[ERROR] Codebook mode forest needs the codebook as a random forest table");
+        return false;
+    }
+    std::unique_ptr<RandomTreeTable> trees(MakeRandomTreeTable(mForest));
+    std::vector<RandomTree*> forest = ReadRandomForest(trees.get());
+    const bool parsed = !forest.empty();
+    DeleteForest(forest);
+    if (!parsed)
+    {
+        TLOG_ERROR(sLog, "[ERROR] Codebook mode forest can not read the random forest of its table");
+        return false;
+    }
+    // Every leaf must have a place in the rows, whose length the last leaf gives.
+    const int words = GetCodebookLength(mForest);
+    for (int i = 0; i < trees->Size(); ++i)
+    {
+        if (trees->mColumn1.mData[i] >= words)
+        {
+            TLOG_ERROR(sLog, "[ERROR] Random forest leaf " << trees->mColumn1.mData[i] << " in row " << i
+                                                           << " beyond the forest's " << words << " code words");
+            return false;
+        }
+    }
+    return true;
+}
+
 bool InterestPointFeature::PrepareCodebookMode()
 {
     const std::string mode = mProperties->GetString("codebookMode", "");
@@ -83,7 +115,8 @@ bool InterestPointFeature::PrepareCodebookMode()
         TLOG_ERROR(sLog, "[ERROR] No codebook to project onto");
         return false;
     }
-    Persistency::CodebookLocator locator(Persistency::Locator("file:", "direct"),
+    // With a data server the quantizer's files are found there too.
+    Persistency::CodebookLocator locator(Persistency::Locator("file:" + mProperties->GetString("dataServer", ""), "direct"),
                                          mProperties->GetString("codebookName", ""), "codebook");
     if (IsQuantizerMode(mode))
     {
@@ -94,10 +127,7 @@ bool InterestPointFeature::PrepareCodebookMode()
         return mQuantizer != nullptr;
     }
     if (mode == "forest")
-    {
-        TLOG_ERROR(sLog, "[ERROR] Codebook mode forest is not available in this build");
-        return false;
-    }
+        return CheckForest();
     if (!IsSignatureMode(mode))
         return true;
     SignatureMode signature;
@@ -144,7 +174,14 @@ PointDescriptorTable* InterestPointFeature::ProjectOntoCodebook(PointDescriptorT
     long long length = words;
     SignatureMode signature;
     const bool residual = IsSignatureMode(mode);
-    if (residual)
+    if (mode == "forest")
+    {
+        length = GetCodebookLength(mForest);
+        TLOG_DEBUG(sLog, "forest codebook length = " << length);
+        if (length < 1)
+            return nullptr;
+    }
+    else if (residual)
     {
         if (!ParseSignatureMode(mode, signature))
         {
@@ -324,11 +361,52 @@ bool InterestPointFeature::ProjectSig(std::vector<Vector::VectorTem<double>*>& v
     return true;
 }
 
-bool InterestPointFeature::ProjectForest(std::vector<Vector::VectorTem<double>*>&, Array2dReal64*, int, int,
-                                         std::vector<int>&, std::vector<int>&, std::vector<double>&)
+bool InterestPointFeature::ProjectForest(std::vector<Vector::VectorTem<double>*>& vectors, Array2dReal64* descriptors,
+                                         int width, int height, std::vector<int>& xs, std::vector<int>& ys,
+                                         std::vector<double>& counts)
 {
-    TLOG_ERROR(sLog, "[ERROR] Codebook mode forest is not available in this build");
-    return false;
+    Timer timer(1);
+    TLOG_DEBUG(sLog, "creating random forest from feature table");
+    std::vector<RandomTree*> forest = ReadRandomForest(mForest);
+    if (forest.empty())
+    {
+        TLOG_ERROR(sLog, "[ERROR] No random forest to project onto");
+        return false;
+    }
+    const int words = vectors.empty() ? 0 : vectors[0]->Size();
+    const long long points = descriptors->mHeight;
+    const int dimension = static_cast<int>(descriptors->mWidth);
+    const size_t cells = mPointSelectors.size();
+    bool done = true;
+    for (long long i = 0; done && i < points; ++i)
+    {
+        const Vector::VectorTem<double> x(dimension, descriptors->mData + i * dimension, true);
+        for (const RandomTree* tree : forest)
+        {
+            TLOG_DEBUG(sLog, "getting codeword");
+            const int cw = tree->GetCodeWord(x);
+            TLOG_DEBUG(sLog, "got codeword");
+            if (cw < 0 || cw >= words)
+            {
+                TLOG_ERROR(sLog, "[ERROR] The random forest gives code word " << cw << " for point " << i
+                                                                              << " of dimension " << dimension
+                                                                              << "; it has " << words << " words");
+                done = false;
+                break;
+            }
+            for (size_t r = 0; r < cells; ++r)
+            {
+                if (mPointSelectors[r]->Accept(xs[i], ys[i], width, height))
+                {
+                    (*vectors[r])[cw] += 1.0;
+                    counts[r] += 1.0;
+                }
+            }
+        }
+    }
+    DeleteForest(forest);
+    TLOG_DEBUG(sLog, "Codebook projection (forest) took: " << timer.SplitTimeStr());
+    return done;
 }
 
 bool InterestPointFeature::ProjectHardIndex(Array2dReal64* descriptors, PointDescriptorTable* table)

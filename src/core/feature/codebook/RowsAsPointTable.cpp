@@ -13,18 +13,22 @@ namespace Feature
 {
 
 PointDescriptorTable* RowsAsPointTable(const Vector::VectorSet<Array::Array2dReal64>& rows,
-                                       const FeatureDefinition& definition)
+                                       const FeatureDefinition& definition, bool withPositions)
 {
     auto* table = new PointDescriptorTable(definition);
     const int count = rows.Size();
-    const int length = rows.GetVectorLength();
+    const int skip = withPositions ? 2 : 0;
+    const int length = std::max(0, rows.GetVectorLength() - skip);
     table->SetStorage(Matrix::MatCreate<Array::Array2dReal64>(count, length));
     table->Reserve(count, false);
     for (int r = 0; r < count; ++r)
     {
-        table->AddPoint(0.0, 0.0, 0.0, 0.0, 0.0);
         const double* row = rows.GetVectorData(r);
-        std::copy(row, row + length, table->GetDescriptor(r));
+        if (withPositions)
+            table->AddPoint(row[0], row[1], 0.0, 0.0, 0.0);
+        else
+            table->AddPoint(0.0, 0.0, 0.0, 0.0, 0.0);
+        std::copy(row + skip, row + skip + length, table->GetDescriptor(r));
     }
     return table;
 }

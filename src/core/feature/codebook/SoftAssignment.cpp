@@ -26,9 +26,10 @@ namespace
 
 // Calls work(first, distances) for each block of points, the distances of the block's
 // rows to every word in a matrix the work may overwrite. The block size bounds that
-// matrix near 20,000,000 entries.
+// matrix near 20,000,000 entries. Timings are logged under `prefix`.
 template <class Work>
-bool ForEachBlock(const SoftAssignmentInput& input, log4cpp::Category& log, Work work)
+bool ForEachBlock(const SoftAssignmentInput& input, log4cpp::Category& log, Work work,
+                  const char* prefix = "Codebook projection")
 {
     Array2dReal64* descriptors = input.descriptors;
     const long long points = descriptors->mHeight;
@@ -44,10 +45,10 @@ bool ForEachBlock(const SoftAssignmentInput& input, log4cpp::Category& log, Work
         std::unique_ptr<Array2dReal64> distances(Matrix::MatNorm2DistTransposed(rows.get(), input.codebook));
         if (!distances)
             return false;
-        TLOG_DEBUG(log, "Codebook projection (matrix) took: " << timer.SplitTimeStr());
+        TLOG_DEBUG(log, prefix << " (matrix) took: " << timer.SplitTimeStr());
         timer.Start();
         work(first, distances.get());
-        TLOG_DEBUG(log, "Codebook projection (piece) took: " << timer.SplitTimeStr());
+        TLOG_DEBUG(log, prefix << " (piece) took: " << timer.SplitTimeStr());
     }
     return true;
 }
@@ -189,7 +190,8 @@ bool CheckDiffStat(const SignatureMode& mode, const Matrix::MatList* diffStat, A
 }
 
 bool AccumulateSignature(const SoftAssignmentInput& input, const SignatureMode& mode,
-                         const Matrix::MatList* diffStat, double* const* rows, log4cpp::Category& log)
+                         const Matrix::MatList* diffStat, double* const* rows, log4cpp::Category& log,
+                         const AssignmentLogWords& logWords)
 {
     Array2dReal64* codebook = input.codebook;
     const long long words = codebook->mHeight;
@@ -287,8 +289,9 @@ bool AccumulateSignature(const SoftAssignmentInput& input, const SignatureMode& 
                 w *= 0.5;
             }
         }
-    });
-    TLOG_DEBUG(log, "Codebook projection (Sig/" << input.descriptors->mHeight << ") took: " << total.SplitTimeStr());
+    }, logWords.prefix);
+    TLOG_DEBUG(log, logWords.prefix << " (" << logWords.loop << "/" << input.descriptors->mHeight
+                                    << ") took: " << total.SplitTimeStr());
     return done;
 }
 

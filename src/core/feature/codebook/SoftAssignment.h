@@ -95,11 +95,20 @@ bool ParseSignatureMode(const std::string& mode, SignatureMode& parsed);
 bool CheckDiffStat(const SignatureMode& mode, const Matrix::MatList* diffStat, Array::Array2dReal64* codebook,
                    log4cpp::Category& log);
 
+// The words of the timing lines: "<prefix> (matrix) took: ", "<prefix> (piece) took: "
+// and "<prefix> (<loop>/<points>) took: ".
+struct AssignmentLogWords
+{
+    const char* prefix = "Codebook projection";
+    const char* loop = "Sig";
+};
+
 // The four nearest words of each point, weighted 1, 0.5, 0.25 and 0.125, add their
 // residual statistics to the row of every cell that accepts the point. Rows have the
 // mode's row length; diffStat as checked by CheckDiffStat.
 bool AccumulateSignature(const SoftAssignmentInput& input, const SignatureMode& mode,
-                         const Matrix::MatList* diffStat, double* const* rows, log4cpp::Category& log);
+                         const Matrix::MatList* diffStat, double* const* rows, log4cpp::Category& log,
+                         const AssignmentLogWords& logWords = AssignmentLogWords());
 
 // The mode's normalisation of one finished row, in place.
 void NormalizeSignature(const SignatureMode& mode, double* row, long long length);

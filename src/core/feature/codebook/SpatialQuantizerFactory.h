@@ -14,8 +14,8 @@ namespace Feature
 {
 
 // The quantizer of `mode` with its codebook set from the locator, owned by the caller.
-// Null for a mode without a quantizer (with a message for those this build lacks) and
-// after a reported failure to load what the quantizer needs.
+// Null for a mode without a quantizer ("kdhard" with a message, unknown names without)
+// and after a reported failure to load what the quantizer needs.
 SpatialQuantizer* SpatialQuantizerFactory(std::string mode, std::string pyramid, int border,
                                           Persistency::CodebookLocator& locator);
 

@@ -316,10 +316,14 @@ PointDescriptorTable* MakeSpatial(Array2dReal64* (&planes)[OrientationsT], int s
     std::unique_ptr<PointDescriptorTable> table(EmptyTable(length));
     if (count == 0)
         return table.release();
-    std::unique_ptr<Array2dReal64> store(Array::ArrayCreateOrNull<Array2dReal64>(length, count));
-    if (!store || count > 0x7fffffffLL || !table->Reserve(static_cast<int>(count), false))
+    // The store goes in first, so that reserving the rows finds it in place.
+    Array2dReal64* store = count > 0x7fffffffLL ? nullptr : Array::ArrayCreateOrNull<Array2dReal64>(length, count);
+    if (store)
+        table->SetStorage(store);
+    if (!store || !table->Reserve(static_cast<int>(count), false))
     {
         TLOG_ERROR(sLog, "[MakeSpatial] no memory for " << count << " descriptors of " << length << " values");
+        table->SetStorage(Array::ArrayCreate<Array2dReal64>(length, 0, 0, 0));
         return table.release();
     }
     const double offset = 0.5 * cellCount * cellSize;
@@ -338,7 +342,6 @@ PointDescriptorTable* MakeSpatial(Array2dReal64* (&planes)[OrientationsT], int s
             table->AddPoint(static_cast<double>(i * spacing) + offset - 0.5,
                             static_cast<double>(j * spacing) + offset - 0.5, 0.0, 0.0, 0.0);
     }
-    table->SetStorage(store.release());
     return table.release();
 }
 
@@ -399,7 +402,12 @@ PointDescriptorTable* DoDenseSift(Array2dReal64* channel, int spacing, int cellS
             grids[plane] = Matrix::MatMul(pooledRows.get(), horizontal.get());
         pooled = grids[plane] != nullptr;
     }
+    // The full-size blocks go before the read-out, which can then reuse their memory.
     DeletePlanes(planes, 8);
+    dx.reset();
+    dy.reset();
+    positive.reset();
+    negative.reset();
     if (!pooled)
     {
         DeletePlanes(grids, 8);
@@ -419,14 +427,15 @@ PointDescriptorTable* DenseSift(Array2dVec3UInt8* image, std::string name, int s
     const bool quantizeOrientation = StringEndsWith(name, "dixt");
     EraseFirst(name, "dixt");
 
-    std::vector<Array2dReal64*> channels = GetColorChannels(image, name);
+    std::vector<PlanePtr> channels;
+    for (Array2dReal64* channel : GetColorChannels(image, name))
+        channels.emplace_back(channel);
     TLOG_DEBUG(sLog, "colour model '" << name << "': " << channels.size() << " channels");
     std::vector<std::unique_ptr<PointDescriptorTable>> tables;
-    for (size_t c = 0; c < channels.size(); ++c)
+    for (PlanePtr& channel : channels)
     {
-        PlanePtr channel(channels[c]);
-        channels[c] = nullptr;
         tables.emplace_back(DoDenseSift(channel.get(), spacing, cellSize, sigma, cellCount, quantizeOrientation));
+        channel.reset();
     }
     if (tables.size() == 1)
         return tables[0].release();

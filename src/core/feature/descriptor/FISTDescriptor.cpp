@@ -47,8 +47,50 @@ bool OrientationUsable(double orientation, int row, double x, double y)
     return false;
 }
 
-// Magnitude and orientation of the gradient of `channel` smoothed at `sigma`.
-void LevelGradients(Array2dReal64* channel, double sigma, Array2dReal64* magnitude, Array2dReal64* angle)
+// Half side of the square that holds a footprint's taps.
+inline int FootprintRadius(double scale, double spatialBins)
+{
+    return static_cast<int32_t>(3.0 * scale * 1.414 * spatialBins * 0.5 + 0.5);
+}
+
+// Per image row, the columns first .. last that some footprint of a level reads; rows
+// that none reads have first > last. Gradient angles cost most of a level, so they are
+// computed only there.
+struct ReadSpans
+{
+    std::vector<long long> first;
+    std::vector<long long> last;
+    long long width = 0;
+
+    void Clear(long long w, long long height)
+    {
+        width = w;
+        first.assign(static_cast<size_t>(height), w);
+        last.assign(static_cast<size_t>(height), -1);
+    }
+
+    // The square of half side `radius` around (ix, iy), clipped to the image.
+    void AddSquare(long long ix, long long iy, long long radius)
+    {
+        const long long height = static_cast<long long>(first.size());
+        const long long y0 = std::max<long long>(iy - radius, 0);
+        const long long y1 = std::min<long long>(iy + radius, height - 1);
+        const long long x0 = std::max<long long>(ix - radius, 0);
+        const long long x1 = std::min<long long>(ix + radius, width - 1);
+        if (x0 > x1)
+            return;
+        for (long long y = y0; y <= y1; ++y)
+        {
+            first[y] = std::min(first[y], x0);
+            last[y] = std::max(last[y], x1);
+        }
+    }
+};
+
+// Magnitude and orientation of the gradient of `channel` smoothed at `sigma`, where
+// `spans` says they are read.
+void LevelGradients(Array2dReal64* channel, double sigma, Array2dReal64* magnitude, Array2dReal64* angle,
+                    const ReadSpans& spans)
 {
     Array2dReal64* dxRaw = nullptr;
     Array2dReal64* dyRaw = nullptr;
@@ -63,9 +105,11 @@ void LevelGradients(Array2dReal64* channel, double sigma, Array2dReal64* magnitu
         const double* gy = dy->PixelPtr(0, y);
         double* m = magnitude->PixelPtr(0, y);
         double* a = angle->PixelPtr(0, y);
-        for (long long x = 0; x < width; ++x)
+        const long long x0 = spans.first[y];
+        const long long x1 = std::min(spans.last[y] + 1, width);
+        for (long long x = x0; x < x1; ++x)
             m[x] = std::sqrt(gx[x] * gx[x] + gy[x] * gy[x]);
-        for (long long x = 0; x < width; ++x)
+        for (long long x = x0; x < x1; ++x)
         {
             double t = std::atan2(gy[x], gx[x]);
             if (t != t)
@@ -146,7 +190,7 @@ inline void Deposit(double* row, const TapT& tap, double w, int o0, int o1, doub
 }
 
 template <int OrientationBinsT, class PlanesT>
-void FillOrientationPlanes(Array2dReal64* angle, PlanesT& planes)
+void FillOrientationPlanes(Array2dReal64* angle, PlanesT& planes, const ReadSpans& spans)
 {
     const long long width = angle->mWidth;
     planes.o0.resize(static_cast<size_t>(width * angle->mHeight));
@@ -156,7 +200,8 @@ void FillOrientationPlanes(Array2dReal64* angle, PlanesT& planes)
         const double* a = angle->PixelPtr(0, y);
         int32_t* bin = planes.o0.data() + y * width;
         double* fraction = planes.fo.data() + y * width;
-        for (long long x = 0; x < width; ++x)
+        const long long x1 = std::min(spans.last[y] + 1, width);
+        for (long long x = spans.first[y]; x < x1; ++x)
         {
             int o0 = 0;
             double fo = 0.0;
@@ -231,13 +276,22 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
     std::unique_ptr<Array2dReal64> angle(Array::ArrayCreate<Array2dReal64>(channel->mWidth, channel->mHeight, 0, 0));
     std::vector<Footprint> cache(kFootprintCacheSize);
     OrientationPlanes planes;
+    ReadSpans spans;
     double* rows = result->mData;
 
     for (int level = 0; level < LadderLevels; ++level)
     {
         if (levelStart[level] == levelStart[level + 1])
             continue;
-        LevelGradients(channel, sScaleLadder[level], magnitude.get(), angle.get());
+        spans.Clear(channel->mWidth, channel->mHeight);
+        for (int n = levelStart[level]; n < levelStart[level + 1]; ++n)
+        {
+            const int k = order[n];
+            const int radius = FootprintRadius(scales[k], SpatialBinsT);
+            if (radius >= 0 && std::fabs(orientations[k]) <= kMaxOrientation)
+                spans.AddSquare(static_cast<int32_t>(xs[k] + 0.5), static_cast<int32_t>(ys[k] + 0.5), radius);
+        }
+        LevelGradients(channel, sScaleLadder[level], magnitude.get(), angle.get(), spans);
         for (Footprint& f : cache)
             f.valid = false;
         int nextSlot = 0;
@@ -271,7 +325,7 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
             {
                 if (!planesReady)
                 {
-                    FillOrientationPlanes<OrientationBinsT>(angle.get(), planes);
+                    FillOrientationPlanes<OrientationBinsT>(angle.get(), planes, spans);
                     planesReady = true;
                 }
                 AccumulateAtZero(row, *footprint, magnitude.get(), planes, ix, iy);
@@ -330,7 +384,7 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::MakeFootprint(Footprint& fo
     footprint.taps.clear();
     footprint.rowStart.assign(1, 0);
     const double cell = 3.0 * scale;
-    const int radius = static_cast<int32_t>(3.0 * scale * 1.414 * bins * 0.5 + 0.5);
+    const int radius = FootprintRadius(scale, bins);
     if (radius < 0)
         return;
     const double c = std::cos(orientation);

@@ -45,7 +45,9 @@ public:
                                                            PointDescriptorTable* table);
 
     // Adds the histogram of one point to `row`, which the caller has zeroed. magnitude and
-    // angle are planes of one size; pixels outside them are not sampled.
+    // angle are planes of one size; pixels outside them are not sampled. An orientation
+    // beyond 4096 turns, or not a number, is refused with a warning and adds nothing
+    // (DoCalculateFISTDescriptors leaves such a point's row zero).
     void InternalSample(double* row, Array::Array2dReal64* magnitude, Array::Array2dReal64* angle, double scale,
                         double y, double x, double orientation);
 

@@ -1,0 +1,29 @@
+// What the processor running the binary offers beyond plain x86-64, asked once. Loops
+// compiled a second time for AVX2 are chosen with it; both forms do the same operations
+// on every pixel, so the results are the same bits.
+#ifndef TAVLIN_BASIS_CPUFEATURES_H
+#define TAVLIN_BASIS_CPUFEATURES_H
+
+namespace Tavlin
+{
+
+inline bool CpuHasAvx2()
+{
+#if defined(__x86_64__) || defined(__i386__)
+    static const bool has = __builtin_cpu_supports("avx2");
+    return has;
+#else
+    return false;
+#endif
+}
+
+} // namespace Tavlin
+
+#if defined(__x86_64__) || defined(__i386__)
+#define TAVLIN_TARGET_AVX2 __attribute__((target("avx2")))
+#else
+#define TAVLIN_TARGET_AVX2
+#endif
+#define TAVLIN_ALWAYS_INLINE inline __attribute__((always_inline))
+
+#endif

@@ -1,0 +1,247 @@
+// End-to-end runs of the closest-word and forest modes: "closestword5" writes each
+// point's position with its five nearest words, "forest" one row per cell that sums to
+// 1; codebooks the run cannot use end it before any image.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "core/array/WriteRaw.h"
+#include "core/feature/codebook/RandomTree.h"
+#include "support/DescriptorFiles.h"
+#include "support/ImageCodecs.h"
+#include "support/Matrices.h"
+#include "support/TableFiles.h"
+#include "support/TestSupport.h"
+#include "util/IOBufferFile.h"
+
+using namespace TestSupport;
+using namespace Tavlin::Core::Feature;
+using Tavlin::Core::Array::Array2dReal64;
+
+namespace
+{
+
+testing::AssertionResult Has(const std::string& text, const std::string& what)
+{
+    if (text.find(what) != std::string::npos)
+        return testing::AssertionSuccess();
+    return testing::AssertionFailure() << "\"" << what << "\" not in:\n" << text;
+}
+
+class QuantizerRun : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        PlainImage picture = MakeTexturedImage(64, 48, 3, 11);
+        WriteTextFile(dir.File("photo.jpg"), EncodeJpeg(picture, JCS_RGB, JCS_YCbCr, 90));
+        mkdir(dir.File("Codebooks").c_str(), 0755);
+        // The points and descriptors of the image, without a codebook.
+        RunResult plain = Run({});
+        ASSERT_EQ(plain.status, 0) << plain.out;
+        points = ReadDescriptorFile(dir.File("o.bin"));
+        ASSERT_TRUE(points.points && points.vectors);
+        ASSERT_GT(points.vectors->mHeight, 20);
+        ASSERT_EQ(points.vectors->mWidth, 128);
+        ASSERT_EQ(remove(dir.File("o.bin").c_str()), 0);
+    }
+
+    RunResult Run(const std::vector<std::string>& more)
+    {
+        std::vector<std::string> args{"photo.jpg", "--detector", "densesampling", "--descriptor", "sift",
+                                      "--output", "o.bin", "--outputFormat", "binary"};
+        args.insert(args.end(), more.begin(), more.end());
+        return RunLumisk(args, dir.Path());
+    }
+
+    void WriteCodebook(const std::string& name, const Array2dReal64* words)
+    {
+        std::unique_ptr<Tavlin::Util::IOBuffer> buffer(
+            new Tavlin::Util::IOBufferFile(dir.File("Codebooks/" + name + ".codebook.raw"), false, false, false));
+        ASSERT_TRUE(buffer->Valid());
+        Tavlin::Core::Array::WriteRaw(const_cast<Array2dReal64*>(words), buffer.get(), 1);
+    }
+
+    // Words in the range of SIFT values.
+    MatrixPtr Words(int count)
+    {
+        MatrixPtr words = RandomMatrix(count, 128, 23);
+        for (long long i = 0; i < words->mWidth * words->mHeight; ++i)
+            words->mData[i] = 60.0 * (words->mData[i] + 1.0);
+        return words;
+    }
+
+    const double* Descriptor(long long i) const { return points.vectors->mData + i * 128; }
+
+    TempDir dir;
+    DescriptorFile points;
+};
+
+// The forest of the forest run: tree A on element 0 over leaves 0 and 1; tree B on
+// element 5 over (element 9 over leaves 2 and 3) and leaf 4. Thresholds are the means
+// of the image's values, so that every leaf gets points.
+std::vector<RandomTree*> MakeForest(const DescriptorFile& points)
+{
+    auto mean = [&](int k) {
+        double sum = 0;
+        for (long long i = 0; i < points.vectors->mHeight; ++i)
+            sum += points.vectors->mData[i * 128 + k];
+        return sum / static_cast<double>(points.vectors->mHeight);
+    };
+    return {new RandomTree(0, mean(0), new RandomTree(0), new RandomTree(1)),
+            new RandomTree(5, mean(5), new RandomTree(9, mean(9), new RandomTree(2), new RandomTree(3)),
+                           new RandomTree(4))};
+}
+
+} // namespace
+
+TEST_F(QuantizerRun, ClosestWord5WritesEachPointWithItsFiveNearestWords)
+{
+    MatrixPtr words = Words(12);
+    WriteCodebook("words", words.get());
+    RunResult run = Run({"--codebook", "Codebooks/words.codebook.raw", "--codebookName", "words", "--codebookMode",
+                         "closestword5"});
+    ASSERT_EQ(run.status, 0) << run.out;
+    DescriptorFile out = ReadDescriptorFile(dir.File("o.bin"));
+    ASSERT_TRUE(out.points && out.vectors);
+    const long long n = points.vectors->mHeight;
+    ASSERT_EQ(out.vectors->mHeight, n);
+    ASSERT_EQ(out.vectors->mWidth, 5);
+    for (long long i = 0; i < n; ++i)
+    {
+        // The point's own position, the other point columns 0.
+        EXPECT_EQ(out.points->mData[5 * i], points.points->mData[5 * i]) << i;
+        EXPECT_EQ(out.points->mData[5 * i + 1], points.points->mData[5 * i + 1]) << i;
+        for (int c = 2; c < 5; ++c)
+            EXPECT_EQ(out.points->mData[5 * i + c], 0.0) << i;
+        // The five nearest words by squared distances summed here.
+        std::vector<std::pair<double, int>> ranked;
+        for (int j = 0; j < 12; ++j)
+        {
+            double sum = 0;
+            for (int k = 0; k < 128; ++k)
+            {
+                const double d = Descriptor(i)[k] - words->mData[j * 128 + k];
+                sum += d * d;
+            }
+            ranked.emplace_back(sum, j);
+        }
+        std::sort(ranked.begin(), ranked.end());
+        for (int k = 0; k < 5; ++k)
+            EXPECT_EQ(out.vectors->mData[5 * i + k], ranked[k].second) << i << " " << k;
+    }
+
+    // "closestword": the nearest word alone, in the text form.
+    RunResult one = Run({"--codebook", "Codebooks/words.codebook.raw", "--codebookName", "words", "--codebookMode",
+                         "closestword", "--output", "o.txt", "--outputFormat", "text"});
+    ASSERT_EQ(one.status, 0) << one.out;
+    DescriptorFile text = ReadDescriptorFile(dir.File("o.txt"));
+    ASSERT_TRUE(text.vectors);
+    ASSERT_EQ(text.vectors->mHeight, n);
+    ASSERT_EQ(text.vectors->mWidth, 1);
+    for (long long i = 0; i < n; ++i)
+        EXPECT_EQ(text.vectors->mData[i], out.vectors->mData[5 * i]) << i;
+    EXPECT_TRUE(Has(ReadTextFile(dir.File("o.txt")), "VESK1\n1\n"));
+}
+
+TEST_F(QuantizerRun, ForestRowsCountTheLeavesOfEveryTreeAndSumToOne)
+{
+    std::vector<RandomTree*> forest = MakeForest(points);
+    RandomTreeTable table;
+    for (RandomTree* tree : forest)
+        Write(tree, &table);
+    std::unique_ptr<FeatureTable> features(MakeFeatureTable(&table));
+    WriteTextFile(dir.File("forest.tab"), TableFileOf(*features));
+
+    RunResult run = Run({"--codebook", "forest.tab", "--codebookMode", "forest", "--pointSelector", "pyramid-1x1-2x2"});
+    ASSERT_EQ(run.status, 0) << run.out;
+    DescriptorFile out = ReadDescriptorFile(dir.File("o.bin"));
+    ASSERT_TRUE(out.points && out.vectors);
+    ASSERT_EQ(out.vectors->mHeight, 5);
+    ASSERT_EQ(out.vectors->mWidth, 5);
+    for (int r = 0; r < 5; ++r)
+    {
+        double sum = 0;
+        for (int k = 0; k < 5; ++k)
+            sum += out.vectors->mData[5 * r + k];
+        EXPECT_NEAR(sum, 1.0, 1e-12) << r;
+        for (int c = 0; c < 5; ++c)
+            EXPECT_EQ(out.points->mData[5 * r + c], c < 2 ? 1.0 : 0.0);
+    }
+
+    // The whole image: each tree votes once per point.
+    const long long n = points.vectors->mHeight;
+    std::vector<double> votes(5, 0.0);
+    for (long long i = 0; i < n; ++i)
+    {
+        std::vector<double> x(Descriptor(i), Descriptor(i) + 128);
+        const Tavlin::Core::Vector::VectorTem<double> view(128, x.data(), true);
+        for (RandomTree* tree : forest)
+            votes[tree->GetCodeWord(view)] += 1.0;
+    }
+    for (int k = 0; k < 5; ++k)
+    {
+        EXPECT_GT(votes[k], 0.0) << k;
+        EXPECT_NEAR(out.vectors->mData[k], votes[k] / (2.0 * n), 1e-15) << k;
+    }
+    DeleteForest(forest);
+}
+
+TEST_F(QuantizerRun, UnusableCodebooksEndTheRunBeforeAnyImage)
+{
+    auto refused = [&](const std::vector<std::string>& more, const std::string& message) {
+        remove(dir.File("o.bin").c_str());
+        RunResult run = Run(more);
+        EXPECT_EQ(run.status, 1) << message;
+        EXPECT_TRUE(Has(run.out, message));
+        EXPECT_FALSE(Has(run.out, "Completed"));
+        EXPECT_FALSE(PathExists(dir.File("o.bin"))) << message;
+    };
+
+    // A forest table whose second tree lacks its right subtree.
+    RandomTreeTable cut(3);
+    const int cw[] = {0, -1, 1};
+    for (int i = 0; i < 3; ++i)
+    {
+        cut.mColumn1.mData[i] = cw[i];
+        cut.mColumn2.mData[i] = cw[i] < 0 ? 3 : -1;
+        cut.mColumn3.mData[i] = cw[i] < 0 ? 0.5 : -1.0;
+    }
+    cut.SetSize(3);
+    std::unique_ptr<FeatureTable> cutFeatures(MakeFeatureTable(&cut));
+    WriteTextFile(dir.File("cut.tab"), TableFileOf(*cutFeatures));
+    refused({"--codebook", "cut.tab", "--codebookMode", "forest"}, "parse error in Read(RandomTreeTable*,int)");
+
+    // Empty, truncated and garbage files.
+    std::vector<RandomTree*> forest = MakeForest(points);
+    RandomTreeTable table;
+    for (RandomTree* tree : forest)
+        Write(tree, &table);
+    DeleteForest(forest);
+    std::unique_ptr<FeatureTable> features(MakeFeatureTable(&table));
+    const std::string whole = TableFileOf(*features);
+    WriteTextFile(dir.File("empty.tab"), "");
+    WriteTextFile(dir.File("short.tab"), whole.substr(0, whole.size() - 40));
+    std::string garbage;
+    for (int i = 0; i < 3000; ++i)
+        garbage += static_cast<char>((i * 7919) % 251);
+    WriteTextFile(dir.File("garbage.tab"), garbage);
+    for (const char* name : {"empty.tab", "short.tab", "garbage.tab"})
+        refused({"--codebook", name, "--codebookMode", "forest"}, "ERROR");
+
+    // A codebook that is no forest: a raw array has no table to read.
+    MatrixPtr words = Words(4);
+    WriteCodebook("four", words.get());
+    refused({"--codebook", "Codebooks/four.codebook.raw", "--codebookMode", "forest"},
+            "Mode forest needs the codebook as a table file");
+    // Four words are too few for five, and kdhard is not in this build.
+    refused({"--codebook", "Codebooks/four.codebook.raw", "--codebookName", "four", "--codebookMode", "closestword5"},
+            "A codebook of 4 words can not give the 5 closest words");
+    refused({"--codebook", "Codebooks/four.codebook.raw", "--codebookName", "four", "--codebookMode", "kdhard"},
+            "Option not compiled in: kdhard");
+}

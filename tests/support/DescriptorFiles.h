@@ -1,0 +1,24 @@
+// Reading back what a run wrote: a descriptor file (VESK1 or BINDESC1) as its point
+// matrix (x, y, scale, orientation, cornerness per row) and its descriptor matrix.
+#ifndef LUMISK_TESTS_SUPPORT_DESCRIPTORFILES_H
+#define LUMISK_TESTS_SUPPORT_DESCRIPTORFILES_H
+
+#include <string>
+
+#include "support/Matrices.h"
+
+namespace TestSupport
+{
+
+struct DescriptorFile
+{
+    MatrixPtr points;
+    MatrixPtr vectors;
+};
+
+// Both null when the file cannot be opened or read.
+DescriptorFile ReadDescriptorFile(const std::string& path);
+
+} // namespace TestSupport
+
+#endif
