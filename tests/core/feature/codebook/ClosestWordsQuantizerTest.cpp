@@ -13,22 +13,14 @@
 #include "support/LogCapture.h"
 #include "support/Matrices.h"
 #include "support/PointTables.h"
+#include "support/QuantizerRows.h"
 
 using namespace Tavlin::Core::Feature;
 using Tavlin::Core::Array::Array2dReal64;
 using TestSupport::MakePointTable;
 using TestSupport::MatrixOf;
-
-namespace
-{
-using Rows = std::unique_ptr<Tavlin::Core::Vector::VectorSet<Array2dReal64>>;
-
-std::vector<double> Row(const Rows& rows, int r)
-{
-    const double* v = rows->GetVectorData(r);
-    return std::vector<double>(v, v + rows->GetVectorLength());
-}
-} // namespace
+using TestSupport::Row;
+using TestSupport::Rows;
 
 TEST(ClosestWordsQuantizer, PositionThenNearestWordsWithTiesByIndex)
 {

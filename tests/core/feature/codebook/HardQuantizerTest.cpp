@@ -9,23 +9,15 @@
 #include "support/CodebookFeatures.h"
 #include "support/Matrices.h"
 #include "support/PointTables.h"
+#include "support/QuantizerRows.h"
 
 using namespace Tavlin::Core::Feature;
 using Tavlin::Core::Array::Array2dReal64;
 using TestSupport::MakePointTable;
 using TestSupport::MatrixOf;
+using TestSupport::Row;
+using TestSupport::Rows;
 using TestSupport::MatrixPtr;
-
-namespace
-{
-using Rows = std::unique_ptr<Tavlin::Core::Vector::VectorSet<Array2dReal64>>;
-
-std::vector<double> Row(const Rows& rows, int r)
-{
-    const double* v = rows->GetVectorData(r);
-    return std::vector<double>(v, v + rows->GetVectorLength());
-}
-} // namespace
 
 TEST(HardQuantizer, RowsAreNearestWordHistogramsPerCellSummingToOne)
 {

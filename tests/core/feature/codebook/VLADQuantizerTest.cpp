@@ -11,30 +11,18 @@
 #include "support/CodebookFeatures.h"
 #include "support/Matrices.h"
 #include "support/PointTables.h"
+#include "support/QuantizerRows.h"
 
 using namespace Tavlin::Core::Feature;
 using Tavlin::Core::Array::Array2dReal64;
 using TestSupport::MakePointTable;
 using TestSupport::MatrixOf;
+using TestSupport::Norm;
+using TestSupport::Row;
+using TestSupport::Rows;
 
 namespace
 {
-using Rows = std::unique_ptr<Tavlin::Core::Vector::VectorSet<Array2dReal64>>;
-
-std::vector<double> Row(const Rows& rows, int r)
-{
-    const double* v = rows->GetVectorData(r);
-    return std::vector<double>(v, v + rows->GetVectorLength());
-}
-
-double Norm(const std::vector<double>& v)
-{
-    double sum = 0.0;
-    for (double x : v)
-        sum += x * x;
-    return std::sqrt(sum);
-}
-
 // Words (0,0), (4,0), (0,8), (10,10), (20,20).
 Array2dReal64* Words()
 {
