@@ -1,8 +1,11 @@
 // What the processor running the binary offers beyond plain x86-64, asked once. Loops
 // compiled a second time for AVX2 are chosen with it; both forms do the same operations
-// on every pixel, so the results are the same bits.
+// on every pixel, so the results are the same bits. LUMISK_NO_AVX2 set in the
+// environment keeps the plain forms, so that they can be checked on any machine.
 #ifndef TAVLIN_BASIS_CPUFEATURES_H
 #define TAVLIN_BASIS_CPUFEATURES_H
+
+#include <cstdlib>
 
 namespace Tavlin
 {
@@ -10,7 +13,7 @@ namespace Tavlin
 inline bool CpuHasAvx2()
 {
 #if defined(__x86_64__) || defined(__i386__)
-    static const bool has = __builtin_cpu_supports("avx2");
+    static const bool has = __builtin_cpu_supports("avx2") && !std::getenv("LUMISK_NO_AVX2");
     return has;
 #else
     return false;

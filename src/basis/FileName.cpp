@@ -2,11 +2,13 @@
 
 #include <unistd.h>
 
+#include <atomic>
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
 #include <memory>
+#include <mutex>
 
 #include "basis/CmdOptions.h"
 #include "basis/Report.h"
@@ -125,6 +127,9 @@ std::string PathJoin(std::string a, std::string b)
 
 std::string GetTmpPath()
 {
+    // Worked out once, on whichever thread asks first.
+    static std::mutex sMutex;
+    std::lock_guard<std::mutex> lock(sMutex);
     static std::string sPath = "*";
     if (sPath != "*")
         return sPath;
@@ -151,7 +156,7 @@ std::string GetTmpPath()
 
 std::string FileNameTmp()
 {
-    static int sCounter = 0;
+    static std::atomic<int> sCounter{0};
     char host[257] = {0};
     gethostname(host, 256);
     char name[512];

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
@@ -31,10 +32,53 @@ void ReportFlush(bool alsoStdErr)
     }
 }
 
+namespace
+{
+thread_local bool tDeferExit = false;
+thread_local bool tExitDue = false;
+std::atomic<void (*)()> sBeforeExit{nullptr};
+} // namespace
+
 void ReportExitOnError()
 {
-    if (gExitOnErrorLogged)
-        std::exit(42);
+    if (!gExitOnErrorLogged)
+        return;
+    if (tDeferExit)
+    {
+        tExitDue = true;
+        return;
+    }
+    if (void (*hook)() = sBeforeExit.exchange(nullptr))
+        hook();
+    std::exit(42);
+}
+
+std::recursive_mutex& ReportMutex()
+{
+    static std::recursive_mutex sMutex;
+    return sMutex;
+}
+
+void ReportDeferExitOnError(bool defer)
+{
+    tDeferExit = defer;
+}
+
+bool ReportExitDue()
+{
+    return tExitDue;
+}
+
+bool ReportTakeExitDue()
+{
+    const bool due = tExitDue;
+    tExitDue = false;
+    return due;
+}
+
+void ReportSetBeforeExit(void (*hook)())
+{
+    sBeforeExit = hook;
 }
 
 namespace

@@ -3,12 +3,15 @@
 //   emit when the category has the priority enabled; flush when asked;
 //   for ERROR, exit(42) when exit-on-error is set, whether or not the line was emitted.
 // Messages are composed with stream operators: TLOG_ERROR(sLog, "bad " << name);
+// Lines from several threads are emitted one at a time, so they interleave whole.
 #ifndef TAVLIN_BASIS_REPORT_H
 #define TAVLIN_BASIS_REPORT_H
 
 #include <log4cpp/Category.hh>
 #include <log4cpp/CategoryStream.hh>
 #include <log4cpp/Priority.hh>
+
+#include <mutex>
 
 namespace Tavlin
 {
@@ -20,8 +23,24 @@ extern bool gLog4CppFlushOutput;
 // Flushes standard output (and standard error for errors) after a logged line.
 void ReportFlush(bool alsoStdErr);
 
-// Ends the process with status 42 when exit-on-error is set.
+// Ends the process with status 42 when exit-on-error is set. On a thread that defers
+// (see below) it only notes that the exit is due.
 void ReportExitOnError();
+
+// Held while one line is composed and emitted; recursive, since composing a message
+// may log.
+std::recursive_mutex& ReportMutex();
+
+// A batch on several workers keeps the exit of a worker's error back until that image's
+// turn in input order, so that the files written before the exit are those of a serial
+// run. The switch and the note are the calling thread's own.
+void ReportDeferExitOnError(bool defer);
+// True when this thread has noted an exit since the last call of ReportTakeExitDue.
+bool ReportExitDue();
+bool ReportTakeExitDue();
+// Runs before exit(42) on a thread that does not defer: lets a batch stop its workers
+// before the process ends under them. Null for none.
+void ReportSetBeforeExit(void (*hook)());
 
 } // namespace Tavlin
 
@@ -29,7 +48,11 @@ void ReportExitOnError();
     do {                                                                       \
         log4cpp::Category& tlogCat_ = (category);                              \
         if (tlogCat_.isPriorityEnabled(priority)) {                            \
-            tlogCat_.getStream(priority) << message;                           \
+            {                                                                  \
+                std::lock_guard<std::recursive_mutex> tlogLock_(               \
+                    ::Tavlin::ReportMutex());                                  \
+                tlogCat_.getStream(priority) << message;                       \
+            }                                                                  \
             if (::Tavlin::gLog4CppFlushOutput)                                 \
                 ::Tavlin::ReportFlush((priority) <= log4cpp::Priority::ERROR); \
         }                                                                      \

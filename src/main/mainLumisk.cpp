@@ -2,9 +2,12 @@
 
 #include <malloc.h>
 
+#include <algorithm>
+
 #include <iostream>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "basis/CmdOptions.h"
@@ -17,6 +20,7 @@
 #include "core/feature/FeatureTable.h"
 #include "core/feature/InterestPointFeature.h"
 #include "core/feature/codebook/ReadCodebook.h"
+#include "main/BatchRun.h"
 #include "persistency/File.h"
 #include "persistency/FileLocator.h"
 #include "persistency/FileSystem.h"
@@ -49,26 +53,13 @@ const char* const sUsage =
 // Kept out of the usage listing; all of them stay usable.
 const char* const sHiddenOptions[] = {
     "verb",           "debug",       "debugCat",
-    "logProperties",  "logLayout",   "showProgress",
+    "logProperties",  "logLayout",
     "tmpPath",        "recGauss",    "descriptorBinCount",
     "descriptorPreSmoothing",        "clusterInput",
     "noFeatureCache", "extraBoxes",  "featurePrefix",
     "data",           "descriptorOpponentWeight",
     "surf-haar-size", "surf-spaciality",
     "surf-subregion-size"};
-
-// Inputs, outputs, regions, batch files and codebooks all resolve here: in the
-// current directory, or on the data server that --dataServer names.
-Persistency::Locator DriverLocator()
-{
-    return Persistency::Locator("file:" + CmdOptions::GetInstance().GetString("dataServer", ""), "direct");
-}
-
-Persistency::File GetDriverFile(const std::string& name, bool write)
-{
-    return Persistency::RepositoryInFileSystem::GetInstance().GetFile(
-        Persistency::FileLocator(DriverLocator(), name), write, false);
-}
 
 // One image name per line; blank lines and "#" comment lines are skipped, nothing is
 // trimmed. A batch file that can not be opened gives an empty list.
@@ -83,16 +74,6 @@ void ReadBatchFile(const std::string& name, std::vector<std::string>& inputs)
         if (!line.empty() && line[0] != '#')
             inputs.push_back(line);
     }
-}
-
-// The file an option names for one input: in a batch the option names a directory and
-// the file inside it is the input's base name plus the extension.
-Persistency::File ResolveFile(const std::string& value, bool batch, const std::string& base, bool write,
-                              const char* extension = ".bin")
-{
-    if (value.empty())
-        return Persistency::File();
-    return GetDriverFile(batch ? FileNameConcat(value, base + extension) : value, write);
 }
 
 bool FlagValue(const std::string& value)
@@ -170,6 +151,33 @@ bool LoadCodebook(CmdOptions& options, const std::string& codebookName, Core::Fe
     return true;
 }
 
+// K and N of --shard K/N; 0 and 1, all entries, for the empty text. False after a
+// message for a text that is no such pair.
+bool ParseShard(const std::string& text, size_t& shard, size_t& count)
+{
+    shard = 0;
+    count = 1;
+    if (text.empty())
+        return true;
+    const size_t slash = text.find('/');
+    const std::string k = slash == std::string::npos ? std::string() : text.substr(0, slash);
+    const std::string n = slash == std::string::npos ? std::string() : text.substr(slash + 1);
+    const bool digits = !k.empty() && !n.empty() && k.size() < 10 && n.size() < 10 &&
+                        k.find_first_not_of("0123456789") == std::string::npos &&
+                        n.find_first_not_of("0123456789") == std::string::npos;
+    if (digits)
+    {
+        shard = std::stoul(k);
+        count = std::stoul(n);
+    }
+    if (!digits || count < 1 || shard >= count)
+    {
+        TLOG_ERROR(DriverLog(), "[ERROR] --shard needs K/N with 0 <= K < N: " << text);
+        return false;
+    }
+    return true;
+}
+
 int RunLumisk(int argc, char** argv)
 {
     // Keep freed planes in the heap: handing them back to the system and faulting them
@@ -189,6 +197,8 @@ int RunLumisk(int argc, char** argv)
     options.AddOption(0, "descriptorReduce", "filename", "");
     options.AddOption(0, "dataServer", "machine:port", "");
     options.AddOption(0, "passwordFile", "filename", ".passwords");
+    options.AddOption(0, "threads", "N", "1");
+    options.AddOption(0, "shard", "K/N", "");
 
     for (const char* name : sHiddenOptions)
         options.HideOption(name);
@@ -215,6 +225,33 @@ int RunLumisk(int argc, char** argv)
 
     const bool batch = FlagValue(options.GetString("batch", "0"));
 
+    BatchSettings settings;
+    settings.batch = batch;
+    settings.loadRegions = options.GetString("loadRegions", "");
+    settings.saveRegions = options.GetString("saveRegions", "");
+    settings.output = options.GetString("output", "");
+    settings.drawRegions = options.GetString("drawRegions", "");
+    settings.showProgress = options.GetBool("showProgress");
+    settings.threads = options.GetInt("threads", 1);
+    if (settings.threads < 0)
+    {
+        TLOG_ERROR(sLog, "[ERROR] --threads needs a number of workers, 0 for one per core: " << settings.threads);
+        return 1;
+    }
+    if (settings.threads == 0)
+        settings.threads = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
+    // A data server is reached through one channel, whose message block serves one
+    // request at a time.
+    if (settings.threads > 1 && !options.GetString("dataServer", "").empty())
+    {
+        TLOG_WARN(sLog, "--threads " << settings.threads << " with --dataServer: running on one thread");
+        settings.threads = 1;
+    }
+    size_t shard = 0;
+    size_t shardCount = 1;
+    if (!ParseShard(options.GetString("shard", ""), shard, shardCount))
+        return 1;
+
     Timer totalTimer(1);
     totalTimer.Start();
 
@@ -238,38 +275,16 @@ int RunLumisk(int argc, char** argv)
     else
         ReadBatchFile(input, inputs);
 
-    const std::string loadRegions = options.GetString("loadRegions", "");
-    const std::string saveRegions = options.GetString("saveRegions", "");
-    const std::string output = options.GetString("output", "");
-    const std::string drawRegions = options.GetString("drawRegions", "");
+    // Shard K of N: the entries whose index i, over the names kept, has i mod N = K.
+    std::vector<std::string> kept;
+    for (size_t i = shard; i < inputs.size(); i += shardCount)
+        kept.push_back(inputs[i]);
+    inputs.swap(kept);
 
-    for (const std::string& entry : inputs)
-    {
-        if (entry.empty())
-            continue;
-        const std::string base = FileNameBase(entry);
-        Persistency::File inputFile = GetDriverFile(entry, false);
-        // Writable files are resolved first, so their directories exist before decoding.
-        Persistency::File loadRegionsFile = ResolveFile(loadRegions, batch, base, false);
-        Persistency::File saveRegionsFile = ResolveFile(saveRegions, batch, base, true);
-        Persistency::File outputFile = ResolveFile(output, batch, base, true);
-        Persistency::File drawRegionsFile = ResolveFile(drawRegions, batch, base, true, ".png");
-        Core::Array::Array2dVec3UInt8* image = nullptr;
-        Core::Array::ReadFile(image, inputFile);
-        if (!image)
-        {
-            TLOG_ERROR(sLog, "[ERROR] Could not read input file: is it really a valid image? " << entry);
-            return 1;
-        }
-        TLOG_INFO(sLog, "Loaded " << entry << " at " << Timer::Format(totalTimer.SplitTime()));
-        std::unique_ptr<Core::Array::Array2dVec3UInt8> owned(image);
-        if (!feature.FindInterestPoints(image, Quid(0), outputFile, false, loadRegionsFile, saveRegionsFile,
-                                        drawRegionsFile))
-        {
-            TLOG_ERROR(sLog, "Extracting interest points/descriptors failed somehow.");
-            return 1;
-        }
-    }
+    const int status = RunImages(feature, inputs, settings, totalTimer);
+    if (status != 0)
+        return status;
+    const std::string output = settings.output;
 
     // Collected cluster input is the run's result: training data for codebooks.
     if (feature.GetClusterInput() && !output.empty())

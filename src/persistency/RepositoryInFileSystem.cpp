@@ -51,6 +51,7 @@ FileSystem* RepositoryInFileSystem::GetFS(const Locator& locator)
 {
     // The Locator form, also for a FileLocator: all files of a database share it.
     std::string key = locator.Locator::ToString();
+    std::lock_guard<std::mutex> lock(mMutex);
     auto found = mFileSystems.find(key);
     if (found != mFileSystems.end())
         return found->second.get();

@@ -9,6 +9,7 @@
 
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 
 #include "persistency/File.h"
@@ -38,6 +39,8 @@ private:
     RepositoryInFileSystem(const RepositoryInFileSystem&) = delete;
     RepositoryInFileSystem& operator=(const RepositoryInFileSystem&) = delete;
 
+    // Files are resolved on any thread; a file system once made never moves.
+    std::mutex mMutex;
     std::map<std::string, std::unique_ptr<FileSystem>> mFileSystems;
 };
 

@@ -24,9 +24,9 @@ log4cpp::Category& sLogBuffer = log4cpp::Category::getInstance("Tavlin.Util.IOBu
 log4cpp::Category& sLogRead = log4cpp::Category::getInstance("Tavlin.Util.ReadIOBufferFromChannel");
 
 const int sTextBufferSize = 1024;
-// Shared by all channel buffers: nothing here is reentrant.
+// Shared by all channel buffers of one thread.
 const int sLineBufferSize = 16384;
-char sLineBuffer[sLineBufferSize];
+thread_local char sLineBuffer[sLineBufferSize];
 
 bool Failed(Channel* channel, int length)
 {

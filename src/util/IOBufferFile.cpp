@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstring>
+#include <memory>
 #include <new>
 
 #include "basis/Report.h"
@@ -19,9 +20,14 @@ namespace
 
 log4cpp::Category& sLog = log4cpp::Category::getInstance("Tavlin.Util.IOBufferFile");
 
-// Shared by all file buffers: nothing here is reentrant.
+// Shared by all file buffers of one thread; made at a thread's first stream ReadLine.
 const int sLineBufferSize = 1048576;
-char sLineBuffer[sLineBufferSize];
+
+char* LineBuffer()
+{
+    thread_local std::unique_ptr<char[]> tBuffer(new char[sLineBufferSize]);
+    return tBuffer.get();
+}
 
 } // namespace
 
@@ -104,16 +110,17 @@ std::string IOBufferFile::ReadLine()
     if (!mFile)
         return std::string();
     int64_t position = GetPosition();
+    char* line = LineBuffer();
     // A line feed put first makes the end of the file an empty line.
-    sLineBuffer[0] = '\n';
+    line[0] = '\n';
     fseeko(mFile, position, SEEK_SET);
-    if (!std::fgets(sLineBuffer, sLineBufferSize, mFile))
-        sLineBuffer[0] = '\n';
+    if (!std::fgets(line, sLineBufferSize, mFile))
+        line[0] = '\n';
     int64_t next = ftello(mFile);
     SetPosition(next);
     if (next - position > sLineBufferSize - 2)
         TLOG_ERROR(sLog, "[ReadLine]: line larger than buffer");
-    return std::string(sLineBuffer, std::strcspn(sLineBuffer, "\r\n"));
+    return std::string(line, std::strcspn(line, "\r\n"));
 }
 
 int64_t IOBufferFile::Gets(char* out, int64_t size)

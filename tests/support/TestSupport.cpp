@@ -55,6 +55,18 @@ bool PathExists(const std::string& path)
 RunResult RunLumisk(const std::vector<std::string>& args, const std::string& directory,
                     const std::vector<std::string>& env)
 {
+    return RunProgram(LUMISK_BINARY, args, directory, env);
+}
+
+RunResult RunLumiskTrain(const std::vector<std::string>& args, const std::string& directory,
+                         const std::vector<std::string>& env)
+{
+    return RunProgram(LUMISK_TRAIN_BINARY, args, directory, env);
+}
+
+RunResult RunProgram(const char* binary, const std::vector<std::string>& args, const std::string& directory,
+                     const std::vector<std::string>& env)
+{
     RunResult result;
     std::string outName = directory + "/.run_stdout";
     std::string errName = directory + "/.run_stderr";
@@ -70,11 +82,11 @@ RunResult RunLumisk(const std::vector<std::string>& args, const std::string& dir
         for (const std::string& entry : env)
             putenv(strdup(entry.c_str()));
         std::vector<char*> argv;
-        argv.push_back(const_cast<char*>(LUMISK_BINARY));
+        argv.push_back(const_cast<char*>(binary));
         for (const std::string& arg : args)
             argv.push_back(const_cast<char*>(arg.c_str()));
         argv.push_back(nullptr);
-        execv(LUMISK_BINARY, argv.data());
+        execv(binary, argv.data());
         _exit(127);
     }
     int status = 0;

@@ -1,5 +1,5 @@
 // Helpers shared by the tests: temporary directories, small files, and running the
-// lumisk binary with its output and exit status captured.
+// lumisk and lumisk-train binaries with their output and exit status captured.
 #ifndef LUMISK_TESTS_SUPPORT_TESTSUPPORT_H
 #define LUMISK_TESTS_SUPPORT_TESTSUPPORT_H
 
@@ -41,6 +41,11 @@ struct RunResult
 // form NAME=value are added to the environment.
 RunResult RunLumisk(const std::vector<std::string>& args, const std::string& directory,
                     const std::vector<std::string>& env = {});
+// The same for the lumisk-train binary.
+RunResult RunLumiskTrain(const std::vector<std::string>& args, const std::string& directory,
+                         const std::vector<std::string>& env = {});
+RunResult RunProgram(const char* binary, const std::vector<std::string>& args, const std::string& directory,
+                     const std::vector<std::string>& env = {});
 
 // Number of occurrences of `what` in `text`.
 int CountOf(const std::string& text, const std::string& what);

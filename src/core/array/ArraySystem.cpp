@@ -25,28 +25,33 @@ ArraySystem& ArraySystem::Instance()
 
 const SysInf* ArraySystem::Find(const void* p) const
 {
+    std::lock_guard<std::mutex> lock(mMutex);
     auto it = mEntries.find(p);
     return it == mEntries.end() ? nullptr : &it->second;
 }
 
-void ArraySystem::Track(const char* word, const void* p, unsigned long n, unsigned long elemSize,
-                        int64_t oldUsage)
+int64_t ArraySystem::Track(const void* p, unsigned long n, unsigned long elemSize, int64_t& newUsage)
 {
-    // The stream prints its own 0x before the pointer; the doubled prefix is the format.
-    TLOG_DEBUG(sLog, word << " (0x" << p << ") " << n << " times " << elemSize << ", usage from "
-                          << oldUsage << " to " << mUsage);
+    std::lock_guard<std::mutex> lock(mMutex);
+    const int64_t oldUsage = mUsage;
+    ++mAllocCount;
+    mUsage += static_cast<int64_t>(n * elemSize);
+    newUsage = mUsage;
     SysInf& entry = mEntries[p];
     entry.mSize = n;
     entry.mElemSize = elemSize;
     entry.mId = mAllocCount - 1;
+    return oldUsage;
 }
+
+// The stream prints its own 0x before the pointer; the doubled prefix is the format.
+#define TAVLIN_ARRAYSYSTEM_LOG(word, p, n, elemSize, oldUsage, newUsage)                                     \
+    TLOG_DEBUG(sLog, word << " (0x" << static_cast<const void*>(p) << ") " << n << " times " << elemSize      \
+                          << ", usage from " << oldUsage << " to " << newUsage)
 
 template <class T>
 T* ArraySystem::Allocate(unsigned long n, T)
 {
-    const int64_t oldUsage = mUsage;
-    ++mAllocCount;
-    mUsage += static_cast<int64_t>(n * sizeof(T));
     T* p = nullptr;
     try
     {
@@ -62,31 +67,40 @@ T* ArraySystem::Allocate(unsigned long n, T)
         TLOG_ERROR(sLog, "Couldn't allocate " << n << " x " << sizeof(T) << " (" << size << ")");
         Process::MemoryInfo::PrintUsage("At out of memory");
     }
-    Track("Alloc", p, n, sizeof(T), oldUsage);
+    int64_t newUsage = 0;
+    const int64_t oldUsage = Track(p, n, sizeof(T), newUsage);
+    TAVLIN_ARRAYSYSTEM_LOG("Alloc", p, n, sizeof(T), oldUsage, newUsage);
     return p;
 }
 
 template <class T>
 void ArraySystem::External(unsigned long n, T* data)
 {
-    const int64_t oldUsage = mUsage;
-    ++mAllocCount;
-    mUsage += static_cast<int64_t>(n * sizeof(T));
-    Track("External", data, n, sizeof(T), oldUsage);
+    int64_t newUsage = 0;
+    const int64_t oldUsage = Track(data, n, sizeof(T), newUsage);
+    TAVLIN_ARRAYSYSTEM_LOG("External", data, n, sizeof(T), oldUsage, newUsage);
 }
 
 template <class T>
 void ArraySystem::Deallocate(T* p, unsigned long n)
 {
-    ++mDeallocCount;
-    const int64_t oldUsage = mUsage;
-    mUsage -= static_cast<int64_t>(n * sizeof(T));
-    // Logged and forgotten before the release, so the pointer is never used once freed.
-    TLOG_DEBUG(sLog, "Dealloc (0x" << static_cast<const void*>(p) << ") " << n << " times " << sizeof(T)
-                                   << ", usage from " << oldUsage << " to " << mUsage);
-    mEntries.erase(p);
+    int64_t oldUsage = 0;
+    int64_t newUsage = 0;
+    {
+        // Forgotten before the release, so that another thread's new block at the same
+        // address cannot lose its entry.
+        std::lock_guard<std::mutex> lock(mMutex);
+        ++mDeallocCount;
+        oldUsage = mUsage;
+        mUsage -= static_cast<int64_t>(n * sizeof(T));
+        newUsage = mUsage;
+        mEntries.erase(p);
+    }
+    TAVLIN_ARRAYSYSTEM_LOG("Dealloc", p, n, sizeof(T), oldUsage, newUsage);
     ::operator delete(static_cast<void*>(p));
 }
+
+#undef TAVLIN_ARRAYSYSTEM_LOG
 
 #define TAVLIN_ARRAYSYSTEM_INSTANCES(T)                                      \
     template T* ArraySystem::Allocate<T>(unsigned long, T);                  \

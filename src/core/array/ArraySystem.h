@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <map>
+#include <mutex>
 
 namespace Tavlin
 {
@@ -40,10 +41,23 @@ public:
     template <class T>
     void Deallocate(T* p, unsigned long n);
 
-    int64_t Usage() const { return mUsage; }
-    int32_t AllocCount() const { return mAllocCount; }
-    int32_t DeallocCount() const { return mDeallocCount; }
-    // Null when the block is not tracked.
+    int64_t Usage() const
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        return mUsage;
+    }
+    int32_t AllocCount() const
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        return mAllocCount;
+    }
+    int32_t DeallocCount() const
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        return mDeallocCount;
+    }
+    // Null when the block is not tracked. The entry may change once another thread
+    // releases the block.
     const SysInf* Find(const void* p) const;
 
     ArraySystem(const ArraySystem&) = delete;
@@ -53,8 +67,11 @@ private:
     ArraySystem() = default;
     ~ArraySystem() = default;
 
-    void Track(const char* word, const void* p, unsigned long n, unsigned long elemSize,
-               int64_t oldUsage);
+    // Counts an allocation and enters the block; returns the usage before, newUsage after.
+    int64_t Track(const void* p, unsigned long n, unsigned long elemSize, int64_t& newUsage);
+
+    // Guards the entries and the figures: arrays are made and released on any thread.
+    mutable std::mutex mMutex;
 
     std::map<const void*, SysInf> mEntries;
     int64_t mUsage = 0;

@@ -40,7 +40,8 @@ private:
         long long step;
     };
 
-    double SeparableAt(const View& v, long long y, const Array2dReal64* kx, const Array2dReal64* ky);
+    // (Lxx + Lyy) sigma^scalePower of one channel at image row y, mColumns set for x.
+    double PairAt(const View& v, long long y);
 
     std::unique_ptr<Array2dReal64> mXX, mY0, mX0, mYY;
     double mFactor;

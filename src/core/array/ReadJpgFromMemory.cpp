@@ -16,8 +16,8 @@ namespace Core
 namespace Array
 {
 
-jmp_buf gReadJpgJmpbuf;
-char gJpgErrorBuffer[JMSG_LENGTH_MAX];
+thread_local jmp_buf gReadJpgJmpbuf;
+thread_local char gJpgErrorBuffer[JMSG_LENGTH_MAX];
 
 namespace
 {

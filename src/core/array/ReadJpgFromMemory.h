@@ -3,8 +3,8 @@
 // files are converted from CMYK, inverted or not as the Adobe marker says. A truncated
 // file decodes to its full size (the source feeds an end-of-image marker when the data
 // run out), and a corrupt one is a warning, never an error: library failures jump back
-// through gReadJpgJmpbuf. The jump buffer and the message buffer make the decoder
-// non-reentrant.
+// through gReadJpgJmpbuf. The jump buffer and the message buffer are each thread's own,
+// so threads may decode at the same time.
 #ifndef TAVLIN_CORE_ARRAY_READJPGFROMMEMORY_H
 #define TAVLIN_CORE_ARRAY_READJPGFROMMEMORY_H
 
@@ -23,9 +23,9 @@ namespace Core
 namespace Array
 {
 
-// Where library errors jump to, and the text of the last one.
-extern jmp_buf gReadJpgJmpbuf;
-extern char gJpgErrorBuffer[JMSG_LENGTH_MAX];
+// Where library errors jump to, and the text of the last one, per thread.
+extern thread_local jmp_buf gReadJpgJmpbuf;
+extern thread_local char gJpgErrorBuffer[JMSG_LENGTH_MAX];
 
 // The library's error_exit: formats the message into gJpgErrorBuffer and jumps.
 void JpgLinkErrorFunc(j_common_ptr cinfo);

@@ -16,7 +16,7 @@ namespace Core
 namespace Array
 {
 
-jmp_buf gReadPngJmpbuf;
+thread_local jmp_buf gReadPngJmpbuf;
 
 namespace
 {

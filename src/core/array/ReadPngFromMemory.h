@@ -3,7 +3,8 @@
 // byte, palettes become RGB, grey of 1, 2 or 4 bits is scaled to 8 and spread over the
 // three channels, and alpha is dropped without compositing. Interlaced files are
 // refused. Library errors jump back through gReadPngJmpbuf; the stream never reads
-// past the block, so a truncated file ends in a library error. Not reentrant.
+// past the block, so a truncated file ends in a library error. The jump buffer is
+// each thread's own, so threads may decode at the same time.
 #ifndef TAVLIN_CORE_ARRAY_READPNGFROMMEMORY_H
 #define TAVLIN_CORE_ARRAY_READPNGFROMMEMORY_H
 
@@ -18,8 +19,8 @@ namespace Core
 namespace Array
 {
 
-// Where library errors jump to.
-extern jmp_buf gReadPngJmpbuf;
+// Where library errors jump to, per thread.
+extern thread_local jmp_buf gReadPngJmpbuf;
 
 // Decodes size bytes at data into dst, creating it when null (sizes are not compared
 // otherwise). On failure dst keeps what it had, possibly partly written.

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <vector>
 
+#include "basis/CpuFeatures.h"
 #include "core/array/ArrayFactories.h"
 #include "core/array/PatSetBorder.h"
 
@@ -120,23 +121,31 @@ void FilterRows(Array2dReal64* a, const double* k, long long n)
     }
 }
 
+// acc[x] = 0.0 + k s[x]: the first term of a sum, as added to a cleared accumulator.
+TAVLIN_ALWAYS_INLINE void StartSums(double* __restrict acc, const double* __restrict s, double k, long long width)
+{
+    for (long long x = 0; x < width; ++x)
+    {
+        double sum = 0.0;
+        sum += k * s[x];
+        acc[x] = sum;
+    }
+}
+
 // The column passes for all image columns at once, a row at a time, so that the
 // independent columns share the vector unit; every pixel's sums keep their order.
 // Rows height + m .. height + 2m - 1 keep their replicated input: the samples past
 // the forward pass's end are read from a copy of its last row instead.
-void FilterColumns(Array2dReal64* a, const double* k, long long m)
+TAVLIN_ALWAYS_INLINE void FilterColumnsWith(Array2dReal64* a, const double* k, long long m, double* __restrict acc,
+                                            double* __restrict lastRow)
 {
     const long long width = a->mWidth;
     const long long height = a->mHeight;
-    std::vector<double> accumulator(static_cast<size_t>(width));
-    std::vector<double> last(static_cast<size_t>(width));
-    double* __restrict acc = accumulator.data();
 
     for (long long y = 0; y < height + m; ++y)
     {
-        for (long long x = 0; x < width; ++x)
-            acc[x] = 0.0;
-        for (long long i = 0; i <= m; ++i)
+        StartSums(acc, a->PixelPtr(0, y - m), k[0], width);
+        for (long long i = 1; i <= m; ++i)
         {
             const double ki = k[i];
             const double* __restrict s = a->PixelPtr(0, y - m + i);
@@ -146,22 +155,37 @@ void FilterColumns(Array2dReal64* a, const double* k, long long m)
         std::memcpy(a->PixelPtr(0, y), acc, static_cast<size_t>(width) * sizeof(double));
     }
     if (width > 0)
-        std::memcpy(last.data(), a->PixelPtr(0, height + m - 1), static_cast<size_t>(width) * sizeof(double));
+        std::memcpy(lastRow, a->PixelPtr(0, height + m - 1), static_cast<size_t>(width) * sizeof(double));
 
     for (long long y = height + m - 1; y >= 0; --y)
     {
-        for (long long x = 0; x < width; ++x)
-            acc[x] = 0.0;
-        for (long long i = m; i <= 2 * m; ++i)
+        StartSums(acc, a->PixelPtr(0, y), k[m], width);
+        for (long long i = m + 1; i <= 2 * m; ++i)
         {
             const long long row = y - m + i;
             const double ki = k[i];
-            const double* __restrict s = row < height + m ? a->PixelPtr(0, row) : last.data();
+            const double* __restrict s = row < height + m ? a->PixelPtr(0, row) : lastRow;
             for (long long x = 0; x < width; ++x)
                 acc[x] += ki * s[x];
         }
         std::memcpy(a->PixelPtr(0, y), acc, static_cast<size_t>(width) * sizeof(double));
     }
+}
+
+TAVLIN_TARGET_AVX2 void FilterColumnsAvx2(Array2dReal64* a, const double* k, long long m, double* acc,
+                                          double* lastRow)
+{
+    FilterColumnsWith(a, k, m, acc, lastRow);
+}
+
+void FilterColumns(Array2dReal64* a, const double* k, long long m)
+{
+    std::vector<double> accumulator(static_cast<size_t>(a->mWidth));
+    std::vector<double> lastRow(static_cast<size_t>(a->mWidth));
+    if (CpuHasAvx2())
+        FilterColumnsAvx2(a, k, m, accumulator.data(), lastRow.data());
+    else
+        FilterColumnsWith(a, k, m, accumulator.data(), lastRow.data());
 }
 
 } // namespace

@@ -7,6 +7,8 @@
 #ifndef TAVLIN_CORE_ARRAY_WRITERAW_H
 #define TAVLIN_CORE_ARRAY_WRITERAW_H
 
+#include <vector>
+
 #include "core/array/Array2dTem.h"
 
 namespace Tavlin
@@ -24,6 +26,11 @@ namespace Array
 // binary: 1 plain, 3 zlib; 2 is taken for 1; 0 (text) is refused with an error.
 template <class ArrayT>
 void WriteRaw(ArrayT* array, Util::IOBuffer* buffer, int binary);
+
+// All arrays of the list in one file (its header announces their number), as the
+// list readers take it; they must share one size and border. False, after a logged
+// error, when nothing was written.
+bool WriteRawList(const std::vector<Array2dReal64*>& list, Util::IOBuffer* buffer, int binary);
 
 extern template void WriteRaw<Array2dReal64>(Array2dReal64*, Util::IOBuffer*, int);
 extern template void WriteRaw<Array2dVec3UInt8>(Array2dVec3UInt8*, Util::IOBuffer*, int);

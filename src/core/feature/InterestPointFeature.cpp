@@ -13,7 +13,6 @@
 #include "basis/Timer.h"
 #include "core/array/ArrayFactories.h"
 #include "core/array/MakeRoi.h"
-#include "core/feature/DrawRegions.h"
 #include "core/feature/descriptor/CalculateFISTDescriptors.h"
 #include "core/feature/descriptor/CalculateSurfDescriptors.h"
 #include "core/feature/descriptor/CalculateVIFTDescriptors.h"
@@ -21,6 +20,7 @@
 #include "core/feature/descriptor/RegionDescriptors.h"
 #include "core/feature/detector/DenseDetectors.h"
 #include "core/feature/FeatureTable.h"
+#include "core/feature/ImageFiles.h"
 #include "core/feature/FeatureTableResult.h"
 #include "core/feature/detector/HarrisLaplaceDetector.h"
 #include "core/feature/detector/LaplacianDetector.h"
@@ -46,7 +46,6 @@ namespace Feature
 namespace
 {
 log4cpp::Category& sLog = log4cpp::Category::getInstance("Tavlin.Core.Feature.InterestPointFeature");
-const char* const sNoOutput = "Warning: no output file to write to. Did you forget to specify --output?";
 } // namespace
 
 void InterestPointFeature::AddCmdOptions()
@@ -176,10 +175,23 @@ bool InterestPointFeature::FindInterestPoints(Array::Array2dVec3UInt8* image, Qu
                                               bool imageIsRegion, Persistency::File loadRegions,
                                               Persistency::File saveRegions, Persistency::File drawRegions)
 {
+    ImageFiles files(output, saveRegions, drawRegions);
+    Timer timer(1);
+    std::unique_ptr<PointDescriptorTable> table;
+    if (!ExtractPoints(image, quid, imageIsRegion, loadRegions, files, mTimeStats, timer, table))
+        return false;
+    FinishPoints(std::move(table), quid, output, timer);
+    return true;
+}
+
+bool InterestPointFeature::ExtractPoints(Array::Array2dVec3UInt8* image, Quid quid, bool imageIsRegion,
+                                         Persistency::File loadRegions, ImageFiles& files, Util::TimeStats& stats,
+                                         Timer& timer, std::unique_ptr<PointDescriptorTable>& rest)
+{
     TLOG_DEBUG(sLog, "start FindInterestPoints");
     const std::string detector = mProperties->GetString("detector", "");
     const std::string descriptor = mProperties->GetString("descriptor", "");
-    Timer timer(1);
+    timer.Start();
 
     std::unique_ptr<Array::Array2dVec3UInt8> region;
     Array::Array2dVec3UInt8* working = image;
@@ -207,7 +219,7 @@ bool InterestPointFeature::FindInterestPoints(Array::Array2dVec3UInt8* image, Qu
     }
 
     TLOG_DEBUG(sLog, "applying detector");
-    mTimeStats.MeasureFirst();
+    stats.MeasureFirst();
     std::unique_ptr<PointDescriptorTable> table;
     if (loadRegions.Valid())
     {
@@ -227,87 +239,71 @@ bool InterestPointFeature::FindInterestPoints(Array::Array2dVec3UInt8* image, Qu
             return false;
     }
 
-    // Before any descriptor routine can replace the points; a failed picture is
-    // reported and the run goes on, as for the other files.
-    if (drawRegions.Valid())
-    {
-        TLOG_DEBUG(sLog, "Drawing regions");
-        DrawRegionsToFile(image, *table, imageIsRegion ? 0 : mBorderWidth, drawRegions);
-    }
-
+    // Before any descriptor routine can replace the points.
+    files.Picture(image, *table, imageIsRegion ? 0 : mBorderWidth);
     if (descriptor.empty())
-    {
-        if (output.Valid())
-            table->ExportToFile(output, mBorderWidth, mOutputFormat);
-        else
-            TLOG_WARN(sLog, sNoOutput);
-    }
-    if (saveRegions.Valid())
-    {
-        TLOG_DEBUG(sLog, "Saving regions");
-        table->ExportToFile(saveRegions, mBorderWidth, mOutputFormat);
-    }
+        files.Output(*table, mBorderWidth, mOutputFormat, true);
+    files.Regions(*table, mBorderWidth, mOutputFormat);
     TLOG_DEBUG(sLog, "[Timing] Region loading / applying detector finished in " << timer.SplitTimeStr());
     TLOG_DEBUG(sLog, "computing descriptor");
-    mTimeStats.MeasureNext();
+    stats.MeasureNext();
 
-    if (!descriptor.empty())
+    if (descriptor.empty())
+        return true;
+    PointDescriptorTable* raw = table.release();
+    try
     {
-        PointDescriptorTable* raw = table.release();
-        try
-        {
-            ComputeDescriptors(raw, working, descriptor);
-        }
-        catch (...)
-        {
-            delete raw;
-            throw;
-        }
-        // A descriptor that failed has reported and left no table: the image fails.
-        if (!raw)
-            return false;
-        table.reset(raw);
-        TLOG_DEBUG(sLog, "[Timing] Descriptors finished at " << timer.SplitTimeStr());
-
-        if (mCodebook)
-        {
-            if (!ProjectPoints(table, working, quid, output))
-                return false;
-        }
-        else
-        {
-            if (mKeepLimited >= 1 && mKeepLimited < table->Size())
-            {
-                TLOG_DEBUG(sLog, "reducing point count");
-                raw = table.release();
-                KeepLimited(raw);
-                table.reset(raw);
-            }
-            if (!mClusterInput)
-            {
-                TLOG_DEBUG(sLog, "writing point list");
-                if (output.Valid())
-                    table->ExportToFile(output, mBorderWidth, mOutputFormat);
-                else
-                    TLOG_WARN(sLog, sNoOutput);
-            }
-            else
-            {
-                AddClusterInput(*table, quid);
-            }
-        }
+        ComputeDescriptors(raw, working, descriptor);
     }
+    catch (...)
+    {
+        delete raw;
+        throw;
+    }
+    // A descriptor that failed has reported and left no table: the image fails.
+    if (!raw)
+        return false;
+    table.reset(raw);
+    TLOG_DEBUG(sLog, "[Timing] Descriptors finished at " << timer.SplitTimeStr());
 
-    TLOG_DEBUG(sLog, "Completed " << mFeatureDefinition.AsString() << " in " << timer.SplitTimeStr());
+    if (mCodebook)
+        return ProjectPoints(table, working, quid, files, stats);
+    rest = std::move(table);
     return true;
 }
 
+void InterestPointFeature::FinishPoints(std::unique_ptr<PointDescriptorTable> table, Quid quid,
+                                        Persistency::File output, Timer& timer)
+{
+    if (table)
+    {
+        if (mKeepLimited >= 1 && mKeepLimited < table->Size())
+        {
+            TLOG_DEBUG(sLog, "reducing point count");
+            PointDescriptorTable* raw = table.release();
+            KeepLimited(raw);
+            table.reset(raw);
+        }
+        if (!mClusterInput)
+        {
+            TLOG_DEBUG(sLog, "writing point list");
+            ImageFiles(output, Persistency::File(), Persistency::File()).Output(*table, mBorderWidth, mOutputFormat, true);
+        }
+        else
+        {
+            AddClusterInput(*table, quid);
+        }
+    }
+    TLOG_DEBUG(sLog, "Completed " << mFeatureDefinition.AsString() << " in " << timer.SplitTimeStr());
+}
+
 bool InterestPointFeature::ProjectPoints(std::unique_ptr<PointDescriptorTable>& table,
-                                         Array::Array2dVec3UInt8* working, Quid quid, Persistency::File output)
+                                         Array::Array2dVec3UInt8* working, Quid quid, ImageFiles& files,
+                                         Util::TimeStats& stats)
 {
     TLOG_DEBUG(sLog, "preparing for codebook");
     Timer timer(1);
-    mTimeStats.MeasureNext();
+    stats.MeasureNext();
     const std::string mode = mProperties->GetString("codebookMode", "");
     const int width = static_cast<int>(working->mWidth);
     const int height = static_cast<int>(working->mHeight);
@@ -326,8 +322,12 @@ bool InterestPointFeature::ProjectPoints(std::unique_ptr<PointDescriptorTable>& 
                 return false;
             table->SetStorage(reduced);
         }
-        std::unique_ptr<Vector::VectorSet<Array::Array2dReal64>> result(
-            mQuantizer->Quantize(table.get(), width, height));
+        std::unique_ptr<Vector::VectorSet<Array::Array2dReal64>> result;
+        {
+            // Quantizers keep scratch state (the mixture's statistics, for one).
+            std::lock_guard<std::mutex> lock(mQuantizerMutex);
+            result.reset(mQuantizer->Quantize(table.get(), width, height));
+        }
         if (!result)
             return false;
         if (mResult)
@@ -347,10 +347,9 @@ bool InterestPointFeature::ProjectPoints(std::unique_ptr<PointDescriptorTable>& 
         if (!table)
             return false;
     }
-    mTimeStats.MeasureLast();
+    stats.MeasureLast();
     TLOG_DEBUG(sLog, "Just codebook projection took: " << timer.SplitTimeStr());
-    if (output.Valid())
-        table->ExportToFile(output, mBorderWidth, mOutputFormat);
+    files.Output(*table, mBorderWidth, mOutputFormat, false);
     return true;
 }
 

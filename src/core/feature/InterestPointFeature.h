@@ -5,9 +5,11 @@
 #define TAVLIN_CORE_FEATURE_INTERESTPOINTFEATURE_H
 
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
+#include "basis/Timer.h"
 #include "core/array/Array2dTem.h"
 #include "core/feature/FeatureDefinition.h"
 #include "core/geometry/InterestPointSelector.h"
@@ -28,6 +30,7 @@ namespace Feature
 
 class FeatureTable;
 class FeatureTableResult;
+class ImageFiles;
 class PointDescriptorTable;
 class SpatialQuantizer;
 
@@ -49,6 +52,19 @@ public:
     bool FindInterestPoints(Array::Array2dVec3UInt8* image, Quid quid, Persistency::File output, bool imageIsRegion,
                             Persistency::File loadRegions, Persistency::File saveRegions,
                             Persistency::File drawRegions = Persistency::File());
+
+    // FindInterestPoints in two parts, for a batch on several workers. ExtractPoints
+    // changes nothing in the feature, so workers may run it at once on one feature,
+    // each with its own stats and files: points, picture, regions, descriptors and the
+    // projection, the files handed to `files`. It leaves in `rest` the table still to
+    // be thinned and written or collected (none with a codebook or without descriptor).
+    // FinishPoints does that, and must run on one image after another in input order:
+    // the random generator of the thinning runs on from image to image. It takes `timer`
+    // as ExtractPoints started it.
+    bool ExtractPoints(Array::Array2dVec3UInt8* image, Quid quid, bool imageIsRegion, Persistency::File loadRegions,
+                       ImageFiles& files, Util::TimeStats& stats, Timer& timer,
+                       std::unique_ptr<PointDescriptorTable>& rest);
+    void FinishPoints(std::unique_ptr<PointDescriptorTable> table, Quid quid, Persistency::File output, Timer& timer);
     // A new table of the detector's points; null after a reported unknown name.
     PointDescriptorTable* ApplyDetector(Array::Array2dVec3UInt8* image, std::string detector);
     // Fills the table's descriptors; some routines replace the table. A descriptor that
@@ -124,7 +140,7 @@ private:
     void AddClusterInput(const PointDescriptorTable& table, Quid quid);
     // Steps of a run with a codebook: the projection replaces the table and is written.
     bool ProjectPoints(std::unique_ptr<PointDescriptorTable>& table, Array::Array2dVec3UInt8* working, Quid quid,
-                       Persistency::File output);
+                       ImageFiles& files, Util::TimeStats& stats);
     // Mode "forest": mForest must hold whole trees whose leaves fit its code word count.
     bool CheckForest();
     // The descriptors multiplied by mCodebookReduce when that is set (the product then
@@ -153,6 +169,8 @@ private:
     int mSurfSubregionSize = 0;
     int mSurfSpaciality = 0;
     SpatialQuantizer* mQuantizer = nullptr;
+    // Workers quantize one at a time.
+    std::mutex mQuantizerMutex;
     Util::PropertySet* mProperties = nullptr;
     Util::Random mRandom;
 };

@@ -117,6 +117,43 @@ TEST(RawArrayWrite, PlainAndZlibRoundTripsWithTheirHeaders)
     EXPECT_TRUE(SameImage(row.get(), Read<Array2dReal64>(&big).get()));
 }
 
+TEST(RawArrayWrite, ListsGoOutUnderOneHeaderAndComeBackWhole)
+{
+    std::unique_ptr<Array2dReal64> a(MakeReal(6, 4)), b(MakeReal(6, 4)), c(MakeReal(6, 4));
+    b->mData[3] = -7.5;
+    c->mData[20] = 1e300;
+    for (int binary : {1, 3})
+    {
+        IOBuffer buffer(10000);
+        ASSERT_TRUE(WriteRawList({a.get(), b.get(), c.get()}, &buffer, binary));
+        EXPECT_EQ(HeaderText(buffer, 0), binary == 1
+                                             ? "version: 1, binary: 1, type: real64, elemSize: 1, width: 6, height: 4, nr: 3"
+                                             : "version: 3, binary: 1, type: real64, elemSize: 1, width: 6, height: 4, "
+                                               "nr: 3, zlib: 349525");
+        const int64_t end = buffer.GetPosition();
+        buffer.Rewind();
+        Owned<Array2dReal64> list;
+        EXPECT_TRUE(ReadRawList(list.p, &buffer));
+        ASSERT_EQ(list.p.size(), 3u);
+        EXPECT_TRUE(SameImage(a.get(), list.p[0]));
+        EXPECT_TRUE(SameImage(b.get(), list.p[1]));
+        EXPECT_TRUE(SameImage(c.get(), list.p[2]));
+        EXPECT_EQ(buffer.GetPosition(), end);
+    }
+
+    // Arrays of different sizes, an empty list or the text form write nothing.
+    std::unique_ptr<Array2dReal64> other(MakeReal(5, 4));
+    LogCapture log("Tavlin.Core.Array.WriteRawList");
+    IOBuffer refused(10000);
+    EXPECT_FALSE(WriteRawList({a.get(), other.get()}, &refused, 3));
+    EXPECT_FALSE(WriteRawList({}, &refused, 3));
+    EXPECT_FALSE(WriteRawList({a.get()}, &refused, 0));
+    EXPECT_EQ(refused.GetPosition(), 0);
+    EXPECT_EQ(log.Text(), "[WriteRawList] the arrays of a list must have one size\n"
+                          "[WriteRawList] no arrays or invalid io buffer\n"
+                          "Non-binary write has been eliminated\n");
+}
+
 TEST(RawArrayWrite, CodebookBlockMovesInOneCall)
 {
     std::unique_ptr<Array2dReal64> codebook(MakeReal(128, 4096));

@@ -86,3 +86,35 @@ TEST(PointDescriptorTableFiles, ExportAndImportInBothFormatsWithOffsets)
     EXPECT_EQ(Import(dir.File("bad"), 0), nullptr);
     EXPECT_EQ(PointDescriptorTable::ImportFromBuffer(FeatureDefinition(""), nullptr, 0), nullptr);
 }
+
+TEST(PointDescriptorTableRows, AppendKeepsBothTablesRowsInOrder)
+{
+    auto first = std::make_unique<PointDescriptorTable>(FeatureDefinition(""));
+    first->SetStorage(new Array2dReal64(3, 0, 0, 0));
+    auto second = std::make_unique<PointDescriptorTable>(FeatureDefinition(""));
+    second->SetStorage(new Array2dReal64(3, 5, 0, 0));
+    second->Reserve(5, false);
+    for (int i = 0; i < 5; ++i)
+    {
+        second->AddPoint(10 + i, 20 + i, 0, 0, 0);
+        for (int k = 0; k < 3; ++k)
+            second->GetDescriptor(i)[k] = 100 * i + k;
+    }
+    ASSERT_TRUE(first->Append(*second));
+    ASSERT_TRUE(first->Append(*second));
+    ASSERT_EQ(first->Size(), 10);
+    for (int i = 0; i < 10; ++i)
+    {
+        EXPECT_EQ(first->X()[i], 10 + i % 5);
+        EXPECT_EQ(first->Y()[i], 20 + i % 5);
+        for (int k = 0; k < 3; ++k)
+            EXPECT_EQ(first->GetDescriptor(i)[k], 100 * (i % 5) + k);
+    }
+
+    // Another descriptor length is refused and changes nothing.
+    auto other = std::make_unique<PointDescriptorTable>(FeatureDefinition(""));
+    other->SetStorage(new Array2dReal64(4, 1, 0, 0));
+    other->AddPoint(1, 1, 0, 0, 0);
+    EXPECT_FALSE(first->Append(*other));
+    EXPECT_EQ(first->Size(), 10);
+}

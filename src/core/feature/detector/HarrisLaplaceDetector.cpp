@@ -6,6 +6,7 @@
 #include <tuple>
 #include <unordered_map>
 
+#include "basis/CpuFeatures.h"
 #include "basis/Report.h"
 #include "basis/Timer.h"
 #include "core/array/ArrayFactories.h"
@@ -95,6 +96,48 @@ inline void StructureTermsRow(const double* px, const double* py, double* pxx, d
         pyy[x] = kAdd ? pyy[x] + yy : yy;
         pxy[x] = kAdd ? pxy[x] + xy : xy;
     }
+}
+
+// Row y of the cornerness where it is the maximum of its window of half side `half`,
+// 0.0 elsewhere. Each maximum is taken in the same order as one pixel at a time, the
+// loops running across the pixels so that they share the vector unit; the window is
+// read through the mirrored border. cm holds width + 2 half columns from index -half.
+TAVLIN_ALWAYS_INLINE void MaskedMaximaRow(Array2dReal64* work, long long y, long long half, double* __restrict cm,
+                                          double* __restrict values)
+{
+    const long long width = work->mWidth;
+    const long long stride = work->RowStride();
+    const double* top = work->PixelPtr(-half, y - half);
+    double* __restrict m = cm - half;
+    const long long columns = width + 2 * half;
+    for (long long x = 0; x < columns; ++x)
+        m[x] = 0.0;
+    for (long long r = 0; r < 2 * half + 1; ++r)
+    {
+        const double* __restrict p = top + r * stride;
+        for (long long x = 0; x < columns; ++x)
+            m[x] = p[x] > m[x] ? p[x] : m[x];
+    }
+    for (long long x = 0; x < width; ++x)
+        values[x] = 0.0;
+    for (long long i = -half; i <= half; ++i)
+    {
+        const double* __restrict q = cm + i;
+        for (long long x = 0; x < width; ++x)
+            values[x] = q[x] > values[x] ? q[x] : values[x];
+    }
+    const double* __restrict c = work->PixelPtr(0, y);
+    for (long long x = 0; x < width; ++x)
+    {
+        const double mask = std::fabs(values[x] - c[x]) <= 1e-16 ? 1.0 : 0.0;
+        values[x] = mask * c[x];
+    }
+}
+
+TAVLIN_TARGET_AVX2 void MaskedMaximaRowAvx2(Array2dReal64* work, long long y, long long half, double* cm,
+                                            double* values)
+{
+    MaskedMaximaRow(work, y, half, cm, values);
 }
 
 void FreePoints(std::vector<MyPoint*>& points)
@@ -236,32 +279,18 @@ void HarrisLaplaceDetector::DoMaxPoints(Array2dReal64* cornerness,
     // The flat structuring element makes the dilation a window maximum (from 0.0),
     // taken over columns first and then along the row: the same maximum, fewer reads.
     std::vector<double> columnMax(static_cast<size_t>(width + 2 * half));
+    std::vector<double> values(static_cast<size_t>(width));
     double* cm = columnMax.data() + half;
-    const long long stride = work->RowStride();
     for (long long y = 0; y < height; ++y)
     {
-        const double* top = work->PixelPtr(0, y - half);
-        for (long long x = -half; x < width + half; ++x)
-        {
-            double m = 0.0;
-            const double* p = top + x;
-            for (long long r = 0; r < size; ++r, p += stride)
-                if (*p > m)
-                    m = *p;
-            cm[x] = m;
-        }
-        const double* c = work->PixelPtr(0, y);
+        if (CpuHasAvx2())
+            MaskedMaximaRowAvx2(work, y, half, cm, values.data());
+        else
+            MaskedMaximaRow(work, y, half, cm, values.data());
+        const double* v = values.data();
         for (long long x = 0; x < width; ++x)
-        {
-            double d = 0.0;
-            for (long long i = -half; i <= half; ++i)
-                if (cm[x + i] > d)
-                    d = cm[x + i];
-            const double mask = std::fabs(d - c[x]) <= 1e-16 ? 1.0 : 0.0;
-            const double v = mask * c[x];
-            if (v > threshold)
-                *out++ = new MyPoint{0.0, v, static_cast<int>(x), static_cast<int>(y)};
-        }
+            if (v[x] > threshold)
+                *out++ = new MyPoint{0.0, v[x], static_cast<int>(x), static_cast<int>(y)};
     }
 }
 

@@ -8,6 +8,7 @@
 #include <memory>
 #include <vector>
 
+#include "support/CodebookFeatures.h"
 #include "support/Matrices.h"
 #include "support/PointTables.h"
 
@@ -92,4 +93,33 @@ TEST(VLADQuantizer, UnitRowsPerCellAndZeroRowsForEmptyCells)
     VLADQuantizer without("", 0, true);
     EXPECT_FALSE(without.IsReady());
     EXPECT_EQ(without.Quantize(table.get(), 100, 100), nullptr);
+}
+
+TEST(VLADQuantizer, AgreesWithTheSig2Projection)
+{
+    const int points = 200, words = 12, dimension = 8;
+    TestSupport::MatrixPtr codebook = TestSupport::RandomMatrix(words, dimension, 5);
+    TestSupport::MatrixPtr data = TestSupport::RandomMatrix(points, dimension, 6);
+    std::vector<std::pair<double, double>> at;
+    for (int i = 0; i < points; ++i)
+        at.emplace_back((i * 37) % 90, (i * 11) % 60 + 0.25);
+    const std::vector<double> values(data->mData, data->mData + points * dimension);
+    const std::vector<double> words0(codebook->mData, codebook->mData + words * dimension);
+
+    VLADQuantizer quantizer("pyramid-1x1-2x2", 0, true);
+    quantizer.AdoptCodebook(MatrixOf(words, dimension, words0).release());
+    auto table = MakePointTable(at, dimension, values);
+    Rows rows(quantizer.Quantize(table.get(), 90, 60));
+    ASSERT_TRUE(rows);
+
+    TestSupport::CodebookFeature projection(MatrixOf(words, dimension, words0).release(), "pyramid-1x1-2x2");
+    auto projected = projection.Project(MakePointTable(at, dimension, values), "sig2", 90, 60);
+    ASSERT_TRUE(projected);
+    ASSERT_EQ(projected->Size(), rows->Size());
+    for (int r = 0; r < rows->Size(); ++r)
+    {
+        const double* p = projected->GetDescriptor(r);
+        EXPECT_EQ(Row(rows, r), std::vector<double>(p, p + words * dimension)) << r;
+        EXPECT_NEAR(Norm(Row(rows, r)), 1.0, 1e-14) << r;
+    }
 }

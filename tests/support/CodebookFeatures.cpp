@@ -1,0 +1,26 @@
+#include "support/CodebookFeatures.h"
+
+namespace TestSupport
+{
+
+CodebookFeature::CodebookFeature(Tavlin::Core::Array::Array2dReal64* codebook, const std::string& pyramid,
+                                 const std::string& mode)
+{
+    properties.Add("detector", "none");
+    properties.Add("descriptor", "sift");
+    properties.Add("pointSelector", pyramid);
+    properties.Add("codebookMode", mode);
+    feature = std::make_unique<Tavlin::Core::Feature::InterestPointFeature>(properties);
+    feature->SetCodebook(codebook, nullptr);
+    feature->ConfigurePyramid(properties);
+}
+
+std::unique_ptr<Tavlin::Core::Feature::PointDescriptorTable> CodebookFeature::Project(
+    std::unique_ptr<Tavlin::Core::Feature::PointDescriptorTable> table, const std::string& mode, int width,
+    int height)
+{
+    return std::unique_ptr<Tavlin::Core::Feature::PointDescriptorTable>(
+        feature->ProjectOntoCodebook(table.release(), mode, width, height, Tavlin::Quid(0)));
+}
+
+} // namespace TestSupport
