@@ -163,9 +163,10 @@ the command line. Errors raise ValueError, OSError or RuntimeError with the logg
 message; the log goes to the logger "lumisk" of Python's logging (silent unless
 configured).
 
-Threads: the GIL is released while an image is processed, but the core is not yet
-safe for threads, so a module-wide lock runs one call at a time: a thread pool
-overlaps Python work with extraction, not extractions with each other.)";
+Threads: the GIL is released while an image is processed, but a call configures the
+process-wide option table of the core, so a module-wide lock runs one call at a time:
+a thread pool overlaps Python work with extraction, not extractions with each other.
+For many images at once use the command line's --batch with --threads.)";
 
 const char* const sExtractDoc = R"(extract(image, detector="harrislaplace", descriptor="sift", **options) -> (points, descriptors)
 
