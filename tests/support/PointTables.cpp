@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "support/Matrices.h"
+
 namespace TestSupport
 {
 
@@ -18,6 +20,17 @@ std::unique_ptr<Tavlin::Core::Feature::PointDescriptorTable> MakePointTable(
         std::copy_n(descriptors.begin() + i * length, length, table->GetDescriptor(static_cast<int>(i)));
     }
     return table;
+}
+
+PointSet RandomPoints(int count, int length, int width, int height, unsigned seed)
+{
+    PointSet set;
+    set.length = length;
+    MatrixPtr values = RandomMatrix(count, length, seed);
+    set.descriptors.assign(values->mData, values->mData + static_cast<long long>(count) * length);
+    for (int i = 0; i < count; ++i)
+        set.positions.emplace_back((i * 37) % width + (i % 3) * 0.25, (i * 11) % height);
+    return set;
 }
 
 } // namespace TestSupport

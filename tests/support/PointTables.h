@@ -16,6 +16,23 @@ namespace TestSupport
 std::unique_ptr<Tavlin::Core::Feature::PointDescriptorTable> MakePointTable(
     const std::vector<std::pair<double, double>>& positions, int length, const std::vector<double>& descriptors);
 
+// Points spread over a width x height image, with their descriptors.
+struct PointSet
+{
+    std::vector<std::pair<double, double>> positions;
+    int length = 0;
+    std::vector<double> descriptors;
+
+    std::unique_ptr<Tavlin::Core::Feature::PointDescriptorTable> Table() const
+    {
+        return MakePointTable(positions, length, descriptors);
+    }
+};
+
+// `count` points at positions scattered over the image (a few beyond whole pixels),
+// with descriptors of `length` values in [-1, 1) from a fixed sequence.
+PointSet RandomPoints(int count, int length, int width, int height, unsigned seed);
+
 } // namespace TestSupport
 
 #endif

@@ -67,10 +67,18 @@ TAVLIN_ALWAYS_INLINE void AccumulateTaps(DstStor* __restrict d, const SrcStor* c
         }
         return;
     }
+    long long j = 0;
     if (first)
+    {
         for (long long x = 0; x < width; ++x)
-            d[x] = 0.0;
-    for (long long j = 0; j < count; ++j)
+        {
+            DstStor acc = 0.0;
+            add(acc, mul(k0, s0[x]));
+            d[x] = acc;
+        }
+        j = 1;
+    }
+    for (; j < count; ++j)
     {
         const SrcStor* __restrict sj = taps[j];
         const KerStor kj = k[j];

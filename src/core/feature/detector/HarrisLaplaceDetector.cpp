@@ -111,16 +111,16 @@ TAVLIN_ALWAYS_INLINE void MaskedMaximaRow(Array2dReal64* work, long long y, long
     double* __restrict m = cm - half;
     const long long columns = width + 2 * half;
     for (long long x = 0; x < columns; ++x)
-        m[x] = 0.0;
-    for (long long r = 0; r < 2 * half + 1; ++r)
+        m[x] = top[x] > 0.0 ? top[x] : 0.0;
+    for (long long r = 1; r < 2 * half + 1; ++r)
     {
         const double* __restrict p = top + r * stride;
         for (long long x = 0; x < columns; ++x)
             m[x] = p[x] > m[x] ? p[x] : m[x];
     }
     for (long long x = 0; x < width; ++x)
-        values[x] = 0.0;
-    for (long long i = -half; i <= half; ++i)
+        values[x] = cm[x - half] > 0.0 ? cm[x - half] : 0.0;
+    for (long long i = -half + 1; i <= half; ++i)
     {
         const double* __restrict q = cm + i;
         for (long long x = 0; x < width; ++x)

@@ -13,22 +13,14 @@
 #include "support/LogCapture.h"
 #include "support/Matrices.h"
 #include "support/PointTables.h"
+#include "support/QuantizerRows.h"
 
 using namespace Tavlin::Core::Feature;
 using Tavlin::Core::Array::Array2dReal64;
 using TestSupport::MakePointTable;
 using TestSupport::MatrixOf;
-
-namespace
-{
-using Rows = std::unique_ptr<Tavlin::Core::Vector::VectorSet<Array2dReal64>>;
-
-std::vector<double> Row(const Rows& rows, int r)
-{
-    const double* v = rows->GetVectorData(r);
-    return std::vector<double>(v, v + rows->GetVectorLength());
-}
-} // namespace
+using TestSupport::Row;
+using TestSupport::Rows;
 
 TEST(ClosestWordsQuantizer, PositionThenNearestWordsWithTiesByIndex)
 {
@@ -62,18 +54,12 @@ TEST(ClosestWordsQuantizer, AgreesWithTheNearestNeighbourSearchAndADirectRanking
 {
     const int words = 40, points = 300, dimension = 16;
     auto codebook = TestSupport::RandomMatrix(words, dimension, 7);
-    auto data = TestSupport::RandomMatrix(points, dimension, 8);
-    std::vector<std::pair<double, double>> at;
-    for (int i = 0; i < points; ++i)
-        at.emplace_back(i % 17, i / 17);
-    auto table = MakePointTable(at, dimension, std::vector<double>(data->mData, data->mData + points * dimension));
-
-    std::unique_ptr<Array2dReal64> nearest(Tavlin::Core::Matrix::VectorQuantize(data.get(), codebook.get()));
+    const TestSupport::PointSet data = TestSupport::RandomPoints(points, dimension, 17, 18, 8);
+    auto table = data.Table();
+    std::unique_ptr<Array2dReal64> descriptors(table->GetWrappedDescriptorMatrix());
+    std::unique_ptr<Array2dReal64> nearest(Tavlin::Core::Matrix::VectorQuantize(descriptors.get(), codebook.get()));
     ClosestWordsQuantizer quantizer(5);
-    ASSERT_TRUE(quantizer.AdoptCodebook(MatrixOf(words, dimension, std::vector<double>(codebook->mData,
-                                                                                       codebook->mData +
-                                                                                           words * dimension))
-                                            .release()));
+    ASSERT_TRUE(quantizer.AdoptCodebook(TestSupport::RandomMatrix(words, dimension, 7).release()));
     Rows rows(quantizer.Quantize(table.get(), 17, 18));
     ASSERT_TRUE(rows);
     for (int i = 0; i < points; ++i)
@@ -85,7 +71,7 @@ TEST(ClosestWordsQuantizer, AgreesWithTheNearestNeighbourSearchAndADirectRanking
             double sum = 0;
             for (int k = 0; k < dimension; ++k)
             {
-                const double d = data->mData[i * dimension + k] - codebook->mData[j * dimension + k];
+                const double d = data.descriptors[i * dimension + k] - codebook->mData[j * dimension + k];
                 sum += d * d;
             }
             ranked.emplace_back(sum, j);

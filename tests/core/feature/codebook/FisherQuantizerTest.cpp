@@ -4,25 +4,22 @@
 #include "core/feature/codebook/FisherQuantizer.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <cmath>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "basis/CmdOptions.h"
 #include "core/feature/codebook/SpatialQuantizerFactory.h"
 #include "persistency/CodebookLocator.h"
+#include "support/CodebookStore.h"
 #include "support/LogCapture.h"
 #include "support/Mixtures.h"
 #include "support/PointTables.h"
 #include "support/TestSupport.h"
 
 using namespace Tavlin::Core::Feature;
-using Tavlin::CmdOptions;
 using Tavlin::Persistency::CodebookLocator;
-using Tavlin::Persistency::Locator;
 using namespace TestSupport;
 
 namespace
@@ -30,29 +27,7 @@ namespace
 
 const char* const kLog = "Tavlin.Core.Feature.FisherQuantizer";
 
-// A store whose "Codebooks" directory is fresh; each gets its own database name, as
-// file systems are made once per locator.
-class Store
-{
-public:
-    Store()
-    {
-        static int count = 0;
-        mDatabase = "fisher" + std::to_string(count++);
-        CmdOptions& options = CmdOptions::GetInstance();
-        options.Reset();
-        options.AddOption(0, "data", "path", "");
-        options.AddOption(0, "override", "", "1");
-        options.AddOption(0, ("data::" + mDatabase).c_str(), "path", mDir.Path().c_str());
-        mkdir(Codebooks().c_str(), 0755);
-    }
-    std::string Codebooks() const { return mDir.File("Codebooks"); }
-    CodebookLocator Locate(const std::string& name) { return CodebookLocator(Locator("file:", mDatabase), name, "codebook"); }
-
-private:
-    TempDir mDir;
-    std::string mDatabase;
-};
+using Store = CodebookStore;
 
 double Norm(const double* v, int n)
 {

@@ -9,23 +9,14 @@
 #include "support/CodebookFeatures.h"
 #include "support/Matrices.h"
 #include "support/PointTables.h"
+#include "support/QuantizerRows.h"
 
 using namespace Tavlin::Core::Feature;
 using Tavlin::Core::Array::Array2dReal64;
 using TestSupport::MakePointTable;
 using TestSupport::MatrixOf;
-using TestSupport::MatrixPtr;
-
-namespace
-{
-using Rows = std::unique_ptr<Tavlin::Core::Vector::VectorSet<Array2dReal64>>;
-
-std::vector<double> Row(const Rows& rows, int r)
-{
-    const double* v = rows->GetVectorData(r);
-    return std::vector<double>(v, v + rows->GetVectorLength());
-}
-} // namespace
+using TestSupport::Row;
+using TestSupport::Rows;
 
 TEST(HardQuantizer, RowsAreNearestWordHistogramsPerCellSummingToOne)
 {
@@ -74,28 +65,19 @@ TEST(HardQuantizer, RefusesWithoutCodebookOrWithAnotherDimension)
 TEST(HardQuantizer, AgreesWithTheHardProjection)
 {
     // 300 random points of 16 values onto 40 words, on a 90 x 60 image.
-    const int points = 300, words = 40, dimension = 16;
-    MatrixPtr codebook = TestSupport::RandomMatrix(words, dimension, 3);
-    MatrixPtr data = TestSupport::RandomMatrix(points, dimension, 4);
-    std::vector<std::pair<double, double>> at;
-    for (int i = 0; i < points; ++i)
-        at.emplace_back((i * 37) % 90 + 0.5, (i * 11) % 60);
-    const std::vector<double> values(data->mData, data->mData + points * dimension);
-    const std::vector<double> words0(codebook->mData, codebook->mData + words * dimension);
-
+    const TestSupport::PointSet points = TestSupport::RandomPoints(300, 16, 90, 60, 4);
     HardQuantizer quantizer("pyramid-1x1-2x2-3x1", 0);
-    quantizer.AdoptCodebook(MatrixOf(words, dimension, words0).release());
-    auto table = MakePointTable(at, dimension, values);
-    Rows rows(quantizer.Quantize(table.get(), 90, 60));
+    quantizer.AdoptCodebook(TestSupport::RandomMatrix(40, 16, 3).release());
+    Rows rows(quantizer.Quantize(points.Table().get(), 90, 60));
     ASSERT_TRUE(rows);
 
-    TestSupport::CodebookFeature projection(MatrixOf(words, dimension, words0).release(), "pyramid-1x1-2x2-3x1");
-    auto projected = projection.Project(MakePointTable(at, dimension, values), "hard", 90, 60);
+    TestSupport::CodebookFeature projection(TestSupport::RandomMatrix(40, 16, 3).release(), "pyramid-1x1-2x2-3x1");
+    auto projected = projection.Project(points.Table(), "hard", 90, 60);
     ASSERT_TRUE(projected);
     ASSERT_EQ(projected->Size(), rows->Size());
     for (int r = 0; r < rows->Size(); ++r)
     {
         const double* p = projected->GetDescriptor(r);
-        EXPECT_EQ(Row(rows, r), std::vector<double>(p, p + words)) << r;
+        EXPECT_EQ(Row(rows, r), std::vector<double>(p, p + 40)) << r;
     }
 }

@@ -12,31 +12,19 @@
 #include "core/feature/codebook/UncertaintyQuantizer.h"
 #include "support/Matrices.h"
 #include "support/PointTables.h"
+#include "support/QuantizerRows.h"
 
 using namespace Tavlin::Core::Feature;
 using Tavlin::Core::Array::Array2dReal64;
 using Tavlin::Core::Matrix::MatList;
 using TestSupport::MakePointTable;
 using TestSupport::MatrixOf;
+using TestSupport::Norm;
+using TestSupport::Row;
+using TestSupport::Rows;
 
 namespace
 {
-using Rows = std::unique_ptr<Tavlin::Core::Vector::VectorSet<Array2dReal64>>;
-
-std::vector<double> Row(const Rows& rows, int r)
-{
-    const double* v = rows->GetVectorData(r);
-    return std::vector<double>(v, v + rows->GetVectorLength());
-}
-
-double Norm(const std::vector<double>& v)
-{
-    double sum = 0.0;
-    for (double x : v)
-        sum += x * x;
-    return std::sqrt(sum);
-}
-
 // Three statistics matrices of one shape, each filled with one value.
 MatList* DiffStat(int words, int dimension, double lower, double upper, double deviation)
 {

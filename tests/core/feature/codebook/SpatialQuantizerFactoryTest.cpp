@@ -3,71 +3,50 @@
 #include "core/feature/codebook/SpatialQuantizerFactory.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "basis/CmdOptions.h"
 #include "core/feature/codebook/ClosestWordsQuantizer.h"
 #include "core/feature/codebook/FisherQuantizer.h"
 #include "core/feature/codebook/HardQuantizer.h"
 #include "core/feature/codebook/SDCQuantizer.h"
 #include "core/feature/codebook/UncertaintyQuantizer.h"
 #include "core/feature/codebook/VLADQuantizer.h"
-#include "persistency/CodebookLocator.h"
 #include "support/LogCapture.h"
+#include "support/CodebookStore.h"
 #include "support/ImageCodecs.h"
 #include "support/TableFiles.h"
 #include "support/TestSupport.h"
 
 using namespace Tavlin::Core::Feature;
-using Tavlin::CmdOptions;
 using Tavlin::Persistency::CodebookLocator;
-using Tavlin::Persistency::Locator;
 using namespace TestSupport;
 
 namespace
 {
 
-// Codebooks/<name>.codebook.raw under a fresh data directory of its own database.
-class Store
+// Codebooks/<name>.codebook.raw in a store, and the factory's quantizer on it.
+struct Store : CodebookStore
 {
-public:
-    Store()
-    {
-        static int count = 0;
-        mDatabase = "factory" + std::to_string(count++);
-        CmdOptions& options = CmdOptions::GetInstance();
-        options.Reset();
-        options.AddOption(0, "data", "path", "");
-        options.AddOption(0, "override", "", "1");
-        options.AddOption(0, ("data::" + mDatabase).c_str(), "path", mDir.Path().c_str());
-        mkdir(mDir.File("Codebooks").c_str(), 0755);
-    }
-
     // A raw list of `count` matrices of `words` x 4, matrix m filled with the value m.
     void Write(const std::string& name, int words, int count)
     {
         std::vector<double> values;
         for (int m = 0; m < count; ++m)
             values.insert(values.end(), words * 4, static_cast<double>(m));
-        WriteTextFile(mDir.File("Codebooks/" + name + ".codebook.raw"),
-                      RawArrayFileBytes("version: 1, binary: 1, type: real64, elemSize: 1, width: 4, height: " +
-                                            std::to_string(words) + ", nr: " + std::to_string(count),
-                                        BytesOf(values)));
+        Put(name + ".codebook.raw",
+            RawArrayFileBytes("version: 1, binary: 1, type: real64, elemSize: 1, width: 4, height: " +
+                                  std::to_string(words) + ", nr: " + std::to_string(count),
+                              BytesOf(values)));
     }
 
     std::unique_ptr<SpatialQuantizer> Make(const std::string& mode, const std::string& name = "words")
     {
-        CodebookLocator locator(Locator("file:", mDatabase), name, "codebook");
+        CodebookLocator locator = Locate(name);
         return std::unique_ptr<SpatialQuantizer>(SpatialQuantizerFactory(mode, "pyramid-1x1-2x2", 0, locator));
     }
-
-private:
-    TempDir mDir;
-    std::string mDatabase;
 };
 
 } // namespace

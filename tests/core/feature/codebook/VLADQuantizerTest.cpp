@@ -11,30 +11,18 @@
 #include "support/CodebookFeatures.h"
 #include "support/Matrices.h"
 #include "support/PointTables.h"
+#include "support/QuantizerRows.h"
 
 using namespace Tavlin::Core::Feature;
 using Tavlin::Core::Array::Array2dReal64;
 using TestSupport::MakePointTable;
 using TestSupport::MatrixOf;
+using TestSupport::Norm;
+using TestSupport::Row;
+using TestSupport::Rows;
 
 namespace
 {
-using Rows = std::unique_ptr<Tavlin::Core::Vector::VectorSet<Array2dReal64>>;
-
-std::vector<double> Row(const Rows& rows, int r)
-{
-    const double* v = rows->GetVectorData(r);
-    return std::vector<double>(v, v + rows->GetVectorLength());
-}
-
-double Norm(const std::vector<double>& v)
-{
-    double sum = 0.0;
-    for (double x : v)
-        sum += x * x;
-    return std::sqrt(sum);
-}
-
 // Words (0,0), (4,0), (0,8), (10,10), (20,20).
 Array2dReal64* Words()
 {
@@ -97,29 +85,20 @@ TEST(VLADQuantizer, UnitRowsPerCellAndZeroRowsForEmptyCells)
 
 TEST(VLADQuantizer, AgreesWithTheSig2Projection)
 {
-    const int points = 200, words = 12, dimension = 8;
-    TestSupport::MatrixPtr codebook = TestSupport::RandomMatrix(words, dimension, 5);
-    TestSupport::MatrixPtr data = TestSupport::RandomMatrix(points, dimension, 6);
-    std::vector<std::pair<double, double>> at;
-    for (int i = 0; i < points; ++i)
-        at.emplace_back((i * 37) % 90, (i * 11) % 60 + 0.25);
-    const std::vector<double> values(data->mData, data->mData + points * dimension);
-    const std::vector<double> words0(codebook->mData, codebook->mData + words * dimension);
-
+    const TestSupport::PointSet points = TestSupport::RandomPoints(200, 8, 90, 60, 6);
     VLADQuantizer quantizer("pyramid-1x1-2x2", 0, true);
-    quantizer.AdoptCodebook(MatrixOf(words, dimension, words0).release());
-    auto table = MakePointTable(at, dimension, values);
-    Rows rows(quantizer.Quantize(table.get(), 90, 60));
+    quantizer.AdoptCodebook(TestSupport::RandomMatrix(12, 8, 5).release());
+    Rows rows(quantizer.Quantize(points.Table().get(), 90, 60));
     ASSERT_TRUE(rows);
 
-    TestSupport::CodebookFeature projection(MatrixOf(words, dimension, words0).release(), "pyramid-1x1-2x2");
-    auto projected = projection.Project(MakePointTable(at, dimension, values), "sig2", 90, 60);
+    TestSupport::CodebookFeature projection(TestSupport::RandomMatrix(12, 8, 5).release(), "pyramid-1x1-2x2");
+    auto projected = projection.Project(points.Table(), "sig2", 90, 60);
     ASSERT_TRUE(projected);
     ASSERT_EQ(projected->Size(), rows->Size());
     for (int r = 0; r < rows->Size(); ++r)
     {
         const double* p = projected->GetDescriptor(r);
-        EXPECT_EQ(Row(rows, r), std::vector<double>(p, p + words * dimension)) << r;
+        EXPECT_EQ(Row(rows, r), std::vector<double>(p, p + 12 * 8)) << r;
         EXPECT_NEAR(Norm(Row(rows, r)), 1.0, 1e-14) << r;
     }
 }
