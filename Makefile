@@ -1,10 +1,11 @@
-# Thin wrapper over CMake: `make demo`, `make test`, `make bench`.
+# Thin wrapper over CMake: `make demo`, `make test`, `make bench`, `make install`.
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
 JOBS       ?= $(shell nproc)
+PREFIX     ?= /usr/local
 CMAKE_GEN  := -G Ninja
 
-.PHONY: all setup build demo test asan bench clean
+.PHONY: all setup build demo test asan bench install package clean
 
 all: build
 
@@ -33,6 +34,14 @@ bench: setup
 	cmake -S . -B $(BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Release -DLUMISK_BENCH=ON
 	cmake --build $(BUILD) -j $(JOBS)
 	bench/run $(BUILD)
+
+# The programs and the Python module (when built) below PREFIX.
+install: build
+	cmake --install $(BUILD) --prefix $(PREFIX)
+
+# A Debian package of the same, in $(BUILD).
+package: build
+	cd $(BUILD) && cpack -G DEB
 
 clean:
 	rm -rf $(BUILD) $(ASAN_BUILD)

@@ -175,6 +175,12 @@ int CmdOptions::Find(const std::string& name) const
     return -1;
 }
 
+bool CmdOptions::IsFlag(const std::string& name) const
+{
+    const int index = Find(name);
+    return index >= 0 && mArgName[index].empty();
+}
+
 bool CmdOptions::ParseArgs(int argc, char** argv, const std::string& usage, int minArgs)
 {
     std::vector<std::string> args(argv, argv + argc);

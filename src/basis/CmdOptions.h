@@ -42,6 +42,9 @@ public:
     // As GetArg, with "nil" and "empty" standing for no file.
     std::string GetArgFile(size_t i);
 
+    // A known option that takes no value: given, it is "1".
+    bool IsFlag(const std::string& name) const;
+
     size_t GetOptionCount() const { return mName.size(); }
     const std::string& GetOptionName(size_t i) const { return mName[i]; }
     size_t GetArgCount() const { return mArgs.size(); }
