@@ -2,6 +2,7 @@
 // byte, also after a failure; shards split a batch; the progress line.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <map>
 
@@ -178,4 +179,22 @@ TEST(BatchProgress, PlainLinesOnStandardErrorReachTheTotal)
     EXPECT_EQ(CountOf(quiet.err, "Progress"), 0);
     // A single image is no batch: no progress.
     EXPECT_EQ(CountOf(RunLumisk({"img3.jpg", "--noErrorLog"}, dir.Path()).err, "Progress"), 0);
+}
+
+TEST(BatchShards, GnuParallelRecipeWritesTheWholeBatch)
+{
+    if (std::system("command -v parallel >/dev/null 2>&1") != 0)
+        GTEST_SKIP() << "GNU parallel is not installed";
+    TempDir dir;
+    WriteBatch(dir);
+    ASSERT_EQ(RunBatch(dir, "whole", "1", {"--detector", "densesampling", "--descriptor", "sift"}).status, 0);
+    // The README's recipe, with three shards: entries 10 and 40, of one base name, are
+    // both in shard 1.
+    const std::string command = "cd '" + dir.Path() +
+                                "' && parallel --halt now,fail=1 " LUMISK_BINARY
+                                " --batch list.txt --shard {}/3 --threads 2 --detector densesampling"
+                                " --descriptor sift --output out --showProgress 0 --noErrorLog"
+                                " ::: 0 1 2 >/dev/null 2>&1";
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    EXPECT_TRUE(Snapshot(dir.File("whole")) == Snapshot(dir.File("out")));
 }
