@@ -121,7 +121,7 @@ TEST(ColorMoments, MatchesAPlainLoopWithOneBasedCoordinates)
     EXPECT_EQ(9.0, plain.SB(1, 0, 'B', 1));
 }
 
-TEST(ColorMoments, SecondFillReplacesTheFirst)
+TEST(ColorMoments, SecondFillReplacesTheFirstAndUnknownQueriesGiveZero)
 {
     Real3Ptr first(MakeColourImage(4, 4, [](long long, long long, int) { return 2.0; }));
     Real3Ptr second(MakeColourImage(3, 2, [](long long, long long, int) { return 5.0; }));
@@ -132,13 +132,10 @@ TEST(ColorMoments, SecondFillReplacesTheFirst)
     EXPECT_EQ(5.0, moments.SB(0, 0, 'G', 1));
     EXPECT_EQ(0.0, moments.SB(0, 0, 'G', 2));
     EXPECT_EQ(0.0, moments.SB(1, 0, 'G', 1));
-}
 
-TEST(ColorMoments, UnknownQueriesGiveZero)
-{
+    // Unknown queries give zero.
     Real3Ptr image(MakeColourImage(3, 3, [](long long, long long, int) { return 4.0; }));
-    ColorMoments moments;
-    EXPECT_EQ(0.0, moments.SB(0, 0, 'R', 0));
+    EXPECT_EQ(0.0, ColorMoments().SB(0, 0, 'R', 0));
     moments.FillMomentCache(image.get(), 1, 2, false, nullptr, false, 0.0);
     EXPECT_EQ(0.0, moments.SB(0, 0, 'R', 3));
     EXPECT_EQ(0.0, moments.SB(2, 0, 'R', 1));
