@@ -13,6 +13,7 @@
 #include "basis/CmdOptions.h"
 #include "basis/FileName.h"
 #include "basis/Report.h"
+#include "basis/RunReportingThrows.h"
 #include "basis/String.h"
 #include "basis/Timer.h"
 #include "core/array/Array2dTem.h"
@@ -74,11 +75,6 @@ void ReadBatchFile(const std::string& name, std::vector<std::string>& inputs)
         if (!line.empty() && line[0] != '#')
             inputs.push_back(line);
     }
-}
-
-bool FlagValue(const std::string& value)
-{
-    return atoi(value) != 0 || value == "yes" || value == "true";
 }
 
 log4cpp::Category& DriverLog()
@@ -223,7 +219,7 @@ int RunLumisk(int argc, char** argv)
         properties->Add(name, options.GetString(name, ""));
     }
 
-    const bool batch = FlagValue(options.GetString("batch", "0"));
+    const bool batch = options.GetBool("batch");
 
     BatchSettings settings;
     settings.batch = batch;
@@ -302,21 +298,7 @@ int RunLumisk(int argc, char** argv)
 
 int mainLumisk(int argc, char** argv)
 {
-    // Deep code signals a few impossible configurations by throwing; a run must still
-    // end with a message and a status, never with an abort.
-    try
-    {
-        return RunLumisk(argc, argv);
-    }
-    catch (const char* text)
-    {
-        TLOG_ERROR(DriverLog(), "[ERROR] " << text);
-    }
-    catch (const std::exception& error)
-    {
-        TLOG_ERROR(DriverLog(), "[ERROR] " << error.what());
-    }
-    return 1;
+    return RunReportingThrows(DriverLog(), [&] { return RunLumisk(argc, argv); });
 }
 
 } // namespace Vesk

@@ -8,6 +8,7 @@
 #include "basis/CmdOptions.h"
 #include "basis/FileName.h"
 #include "basis/Report.h"
+#include "basis/RunReportingThrows.h"
 #include "basis/String.h"
 #include "basis/Timer.h"
 #include "core/array/WriteRaw.h"
@@ -49,11 +50,6 @@ log4cpp::Category& DriverLog()
 {
     static log4cpp::Category& sLog = log4cpp::Category::getInstance("Sandbox.vesk.mainLumiskTrain");
     return sLog;
-}
-
-bool FlagValue(const std::string& value)
-{
-    return atoi(value) != 0 || value == "yes" || value == "true";
 }
 
 // The descriptor files: the positional arguments after the command, or with --batch
@@ -163,7 +159,7 @@ int RunTrain(int argc, char** argv)
         TLOG_ERROR(sLog, "[ERROR] Unknown command " << command << ": use kmeans, gmm or diffstat");
         return 1;
     }
-    const bool batch = FlagValue(options.GetString("batch", "0"));
+    const bool batch = options.GetBool("batch");
     std::vector<std::string> files;
     if (!CollectInputs(options, batch, files))
         return 1;
@@ -308,19 +304,7 @@ int RunTrain(int argc, char** argv)
 
 int mainLumiskTrain(int argc, char** argv)
 {
-    try
-    {
-        return RunTrain(argc, argv);
-    }
-    catch (const char* text)
-    {
-        TLOG_ERROR(DriverLog(), "[ERROR] " << text);
-    }
-    catch (const std::exception& error)
-    {
-        TLOG_ERROR(DriverLog(), "[ERROR] " << error.what());
-    }
-    return 1;
+    return RunReportingThrows(DriverLog(), [&] { return RunTrain(argc, argv); });
 }
 
 } // namespace Vesk

@@ -38,6 +38,16 @@ std::vector<T*> RowPointers(std::vector<std::vector<T>>& rows)
     return p;
 }
 
+// The same rows converted element by element (e.g. to float for the single-precision code).
+template <class T>
+std::vector<std::vector<T>> ConvertRows(const std::vector<std::vector<double>>& rows)
+{
+    std::vector<std::vector<T>> out;
+    for (const std::vector<double>& r : rows)
+        out.emplace_back(r.begin(), r.end());
+    return out;
+}
+
 // The mixture as the three raw files of a codebook store, written with the project's
 // raw writer: <dir>/<name>.gmm-mean.raw, .gmm-var.raw (K x D) and .gmm-weights.raw
 // (K x 1). Kinds named in `skip` are left out.

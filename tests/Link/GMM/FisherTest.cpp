@@ -7,6 +7,7 @@
 
 #include "support/Mixtures.h"
 
+using TestSupport::ConvertRows;
 using TestSupport::DrawSamples;
 using TestSupport::MixtureData;
 using TestSupport::RandomMixture;
@@ -213,14 +214,8 @@ TEST(Fisher, FloatInstantiationAgreesWithDouble)
     gaussian_mixture<double> gd(K, D);
     SetModel(gd, m);
     gaussian_mixture<float> gf(K, D);
-    std::vector<std::vector<float>> fm, fv, fs;
-    for (int j = 0; j < K; j++)
-    {
-        fm.emplace_back(m.mean[j].begin(), m.mean[j].end());
-        fv.emplace_back(m.var[j].begin(), m.var[j].end());
-    }
-    for (std::vector<double>& x : samples)
-        fs.emplace_back(x.begin(), x.end());
+    std::vector<std::vector<float>> fm = ConvertRows<float>(m.mean), fv = ConvertRows<float>(m.var),
+                                    fs = ConvertRows<float>(samples);
     std::vector<float*> fmr = RowPointers(fm), fvr = RowPointers(fv), fx = RowPointers(fs);
     std::vector<float> fc(m.coef.begin(), m.coef.end());
     gf.set(fmr, fvr, fc);

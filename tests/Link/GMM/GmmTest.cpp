@@ -12,6 +12,7 @@
 #include "support/Mixtures.h"
 #include "support/TestSupport.h"
 
+using TestSupport::ConvertRows;
 using TestSupport::DrawSamples;
 using TestSupport::MixtureData;
 using TestSupport::RandomMixture;
@@ -156,14 +157,8 @@ TEST(GaussianMixture, AccumulatedStatisticsMatchDirectSums)
 
         // The float instantiation, within its own tolerance.
         gaussian_mixture<float> f(K, D);
-        std::vector<std::vector<float>> fmean, fvar, fsamples;
-        for (int j = 0; j < K; j++)
-        {
-            fmean.emplace_back(m.mean[j].begin(), m.mean[j].end());
-            fvar.emplace_back(m.var[j].begin(), m.var[j].end());
-        }
-        for (std::vector<double>& x : samples)
-            fsamples.emplace_back(x.begin(), x.end());
+        std::vector<std::vector<float>> fmean = ConvertRows<float>(m.mean), fvar = ConvertRows<float>(m.var),
+                                        fsamples = ConvertRows<float>(samples);
         std::vector<float*> fm = RowPointers(fmean), fv = RowPointers(fvar), fx = RowPointers(fsamples);
         std::vector<float> fcoef(m.coef.begin(), m.coef.end());
         f.set(fm, fv, fcoef);

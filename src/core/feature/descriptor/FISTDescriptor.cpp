@@ -36,21 +36,39 @@ const double kMaxOrientation = 4096 * kTwoPi;
 
 log4cpp::Category& sLog = log4cpp::Category::getInstance("Core.Feature.FISTDescriptor");
 
-// row is the point's row in its table, or -1 when not known; x and y are 0-based.
-bool OrientationUsable(double orientation, int row, double x, double y)
+// True when static_cast<int32_t> of v is defined (the value truncated fits).
+inline bool FitsInt32(double v)
 {
-    if (std::fabs(orientation) <= kMaxOrientation)
+    return v > -2147483649.0 && v < 2147483648.0;
+}
+
+// A point whose orientation the angle reduction can handle and whose rounded position
+// is an int; anything else (not a number included) gets no descriptor.
+inline bool PointInRange(double orientation, double x, double y)
+{
+    return std::fabs(orientation) <= kMaxOrientation && FitsInt32(x + 0.5) && FitsInt32(y + 0.5);
+}
+
+// row is the point's row in its table, or -1 when not known; x and y are 0-based.
+bool PointUsable(double orientation, int row, double x, double y)
+{
+    if (PointInRange(orientation, x, y))
         return true;
-    TLOG_WARN(sLog, "Point " << (row >= 0 ? std::to_string(row) + " " : std::string()) << "at x " << x << ", y " << y
-                             << " (0-based) refused: orientation " << orientation
-                             << " is out of range; its descriptor stays zero");
+    if (std::fabs(orientation) > kMaxOrientation || std::isnan(orientation))
+        TLOG_WARN(sLog, "Point " << (row >= 0 ? std::to_string(row) + " " : std::string()) << "at x " << x << ", y "
+                                 << y << " (0-based) refused: orientation " << orientation
+                                 << " is out of range; its descriptor stays zero");
+    else
+        TLOG_WARN(sLog, "Point " << (row >= 0 ? std::to_string(row) + " " : std::string()) << "at x " << x << ", y "
+                                 << y << " (0-based) refused: position is out of range; its descriptor stays zero");
     return false;
 }
 
-// Half side of the square that holds a footprint's taps.
+// Half side of the square that holds a footprint's taps; -1 for a scale no int holds.
 inline int FootprintRadius(double scale, double spatialBins)
 {
-    return static_cast<int32_t>(3.0 * scale * 1.414 * spatialBins * 0.5 + 0.5);
+    const double radius = 3.0 * scale * 1.414 * spatialBins * 0.5 + 0.5;
+    return FitsInt32(radius) ? static_cast<int32_t>(radius) : -1;
 }
 
 // Per image row, the columns first .. last that some footprint of a level reads; rows
@@ -288,7 +306,7 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
         {
             const int k = order[n];
             const int radius = FootprintRadius(scales[k], SpatialBinsT);
-            if (radius >= 0 && std::fabs(orientations[k]) <= kMaxOrientation)
+            if (radius >= 0 && PointInRange(orientations[k], xs[k], ys[k]))
                 spans.AddSquare(static_cast<int32_t>(xs[k] + 0.5), static_cast<int32_t>(ys[k] + 0.5), radius);
         }
         LevelGradients(channel, sScaleLadder[level], magnitude.get(), angle.get(), spans);
@@ -301,7 +319,7 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
             const int k = order[n];
             const double scale = scales[k];
             const double orientation = orientations[k];
-            if (!OrientationUsable(orientation, k, xs[k], ys[k]))
+            if (!PointUsable(orientation, k, xs[k], ys[k]))
                 continue;
             const long long ix = static_cast<int32_t>(xs[k] + 0.5);
             const long long iy = static_cast<int32_t>(ys[k] + 0.5);
@@ -357,7 +375,7 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::InternalSample(double* row,
                                                                     Array2dReal64* angle, double scale, double y,
                                                                     double x, double orientation)
 {
-    if (!OrientationUsable(orientation, -1, x, y))
+    if (!PointUsable(orientation, -1, x, y))
         return;
     const long long ix = static_cast<int32_t>(x + 0.5);
     const long long iy = static_cast<int32_t>(y + 0.5);

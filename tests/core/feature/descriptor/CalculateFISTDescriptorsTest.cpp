@@ -152,3 +152,26 @@ TEST(CalculateFISTDescriptors, JoinsTheChannelsOfTheModelWithTheNormOfTheName)
     EXPECT_EQ(table->GetDescriptorLength(), 0);
     EXPECT_EQ(table->Size(), 30);
 }
+
+TEST(CalculateFISTDescriptors, PositionsAndScalesNoIntHoldsGiveZeroRowsWithAWarning)
+{
+    std::unique_ptr<Array2dVec3UInt8> image = Texture();
+    auto table = std::make_unique<PointDescriptorTable>(FeatureDefinition("sift"));
+    table->AddPoint(30.0, 20.0, 1.2, 0.0, 0.0);
+    table->AddPoint(1e300, 20.0, 1.2, 0.0, 0.0);
+    table->AddPoint(30.0, -3e9, 1.2, 0.5, 0.0);
+    table->AddPoint(30.0, 20.0, 1e300, 0.0, 0.0);
+    TestSupport::LogCapture log("Core.Feature.FISTDescriptor", log4cpp::Priority::WARN);
+    const std::vector<double> all = Descriptors(image.get(), table.get(), "sift");
+    EXPECT_EQ(TestSupport::CountOf(log.Text(), "refused: position is out of range"), 2);
+    auto norm = [&](int row) {
+        double sum = 0.0;
+        for (int i = 0; i < 128; ++i)
+            sum += all[row * 128 + i] * all[row * 128 + i];
+        return sum;
+    };
+    EXPECT_GT(norm(0), 0.0);
+    EXPECT_EQ(norm(1), 0.0);
+    EXPECT_EQ(norm(2), 0.0);
+    EXPECT_EQ(norm(3), 0.0);
+}
