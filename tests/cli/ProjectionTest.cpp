@@ -4,13 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "core/array/WriteRaw.h"
-#include "core/feature/PointDescriptorIO.h"
+#include "support/DescriptorFiles.h"
 #include "support/ImageCodecs.h"
 #include "support/Matrices.h"
 #include "support/TableFiles.h"
@@ -51,25 +50,7 @@ MatrixPtr Words(int rows, int width, unsigned seed)
     return m;
 }
 
-struct Output
-{
-    MatrixPtr points, vectors;
-};
-
-Output ReadOutput(const std::string& path)
-{
-    Output out;
-    std::unique_ptr<IOBuffer> buffer(new IOBufferFile(path, true, false, false));
-    Array2dReal64* points = nullptr;
-    Array2dReal64* vectors = nullptr;
-    if (buffer->Valid())
-        Tavlin::Core::Feature::ReadBINDESC1FromBuffer(points, vectors, buffer.get(), true, true);
-    out.points.reset(points);
-    out.vectors.reset(vectors);
-    return out;
-}
-
-double RowSum(const Output& out, long long r, bool squares)
+double RowSum(const DescriptorFile& out, long long r, bool squares)
 {
     double sum = 0.0;
     const double* v = out.vectors->mData + r * out.vectors->mWidth;
@@ -110,7 +91,7 @@ TEST_F(Projection, HardAndUncertaintyRowsAreFrequenciesPerCell)
         args.insert(args.end(), mode.begin(), mode.end());
         RunResult run = Run(args);
         ASSERT_EQ(run.status, 0) << run.out;
-        Output out = ReadOutput(dir.File("o.bin"));
+        DescriptorFile out = ReadDescriptorFile(dir.File("o.bin"));
         ASSERT_TRUE(out.points && out.vectors);
         ASSERT_EQ(out.vectors->mHeight, 5);
         ASSERT_EQ(out.vectors->mWidth, sWords);
@@ -136,7 +117,7 @@ TEST_F(Projection, ResidualRowsHaveUnitNormAndHardIndexKeepsThePoints)
 {
     RunResult sig2 = Run({"--codebook", "cb.raw", "--codebookMode", "sig2", "--pointSelector", "pyramid-1x1-2x2"});
     ASSERT_EQ(sig2.status, 0) << sig2.out;
-    Output rows = ReadOutput(dir.File("o.bin"));
+    DescriptorFile rows = ReadDescriptorFile(dir.File("o.bin"));
     ASSERT_TRUE(rows.vectors);
     ASSERT_EQ(rows.vectors->mHeight, 5);
     ASSERT_EQ(rows.vectors->mWidth, sWords * 128);
@@ -144,10 +125,10 @@ TEST_F(Projection, ResidualRowsHaveUnitNormAndHardIndexKeepsThePoints)
         EXPECT_NEAR(RowSum(rows, r, true), 1.0, 1e-12) << r;
 
     ASSERT_EQ(Run({}).status, 0);
-    Output plain = ReadOutput(dir.File("o.bin"));
+    DescriptorFile plain = ReadDescriptorFile(dir.File("o.bin"));
     RunResult index = Run({"--codebook", "cb.raw", "--codebookMode", "hardindex", "--pointSelector", "pyramid-1x1-2x2"});
     ASSERT_EQ(index.status, 0) << index.out;
-    Output words = ReadOutput(dir.File("o.bin"));
+    DescriptorFile words = ReadDescriptorFile(dir.File("o.bin"));
     ASSERT_TRUE(plain.points && words.points && words.vectors);
     ASSERT_EQ(words.points->mHeight, plain.points->mHeight);
     ASSERT_EQ(words.vectors->mWidth, 1);
@@ -176,7 +157,7 @@ TEST_F(Projection, CodebookAndReductionMustFitTheDescriptors)
     RunResult reduced = Run({"--codebook", "cb64.raw", "--descriptorReduce", "reduce.raw", "--pointSelector",
                              "pyramid-1x1-2x2"});
     ASSERT_EQ(reduced.status, 0) << reduced.out;
-    Output out = ReadOutput(dir.File("o.bin"));
+    DescriptorFile out = ReadDescriptorFile(dir.File("o.bin"));
     ASSERT_TRUE(out.vectors);
     EXPECT_EQ(out.vectors->mHeight, 5);
     EXPECT_NEAR(RowSum(out, 0, false), 1.0, 1e-12);
@@ -228,7 +209,7 @@ TEST_F(Projection, ModesAndSelectorsAreCheckedBeforeAnyImage)
     {
         RunResult run = Run({"--codebook", "cb.raw", "--codebookMode", mode, "--codebookName", "words"});
         ASSERT_EQ(run.status, 0) << mode << run.out;
-        Output out = ReadOutput(dir.File("o.bin"));
+        DescriptorFile out = ReadDescriptorFile(dir.File("o.bin"));
         ASSERT_TRUE(out.vectors);
         EXPECT_EQ(out.vectors->mWidth, (mode[0] == 's' ? 2 : 3) * sWords * 128) << mode;
         EXPECT_NEAR(RowSum(out, 0, true), 1.0, 1e-12) << mode;

@@ -79,8 +79,6 @@ TEST(RandomTree, StatedExamples)
     EXPECT_EQ(tree->GetCodeWord(Descriptor(x)), 0);
     x[7] = 0.5;
     EXPECT_EQ(tree->GetCodeWord(Descriptor(x)), 1);
-    x[7] = 0.6;
-    EXPECT_EQ(tree->GetCodeWord(Descriptor(x)), 1);
     // A descriptor without element 7 reaches no leaf.
     std::vector<double> shorter(7, 0.0);
     EXPECT_EQ(tree->GetCodeWord(Descriptor(shorter)), -1);
