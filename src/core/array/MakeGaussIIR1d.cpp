@@ -141,8 +141,10 @@ Array2dReal64* MakeGaussIIR1d(double sigma, int order, int precision)
     const double q0 = sigma / 2;
     double q = q0;
     double s = PoleDeviation(n, poles, q);
-    // Without poles there is nothing to fit: the filter passes its input through.
-    while (n >= 1 && std::fabs(sigma - s) > 1e-6)
+    // Without poles there is nothing to fit: the filter passes its input through. A
+    // deviation the poles cannot reach (sigma 0 or below) must not loop for ever; every
+    // reachable one converges in far fewer steps than the bound.
+    for (int step = 0; n >= 1 && std::fabs(sigma - s) > 1e-6 && step < 100000; ++step)
     {
         q = q0 - (s / 2 - q);
         s = PoleDeviation(n, poles, q);

@@ -90,3 +90,15 @@ TEST(MakeGaussIIR1d, SymmetricWithUnitGainAndTheWantedDeviation)
             EXPECT_NEAR(std::sqrt(second / sum), sigma, 1e-5) << sigma << " " << precision;
         }
 }
+
+TEST(MakeGaussIIR1d, UnreachableDeviationsEndWithAKernel)
+{
+    // The fit of the poles never reaches these; the kernel must still come back.
+    for (double sigma : {0.0, -2.0, -1e-3})
+        for (int precision : {1, 3})
+        {
+            std::unique_ptr<Array2dReal64> k(MakeGaussIIR1d(sigma, 0, precision));
+            ASSERT_NE(k, nullptr) << sigma;
+            EXPECT_EQ(k->mWidth, 2 * precision + 1) << sigma;
+        }
+}
