@@ -66,17 +66,24 @@ struct Site
     std::unique_ptr<DataServerProcess> server;
 };
 
-int ClosedPort()
+// Binds sock to a free loopback port and returns the port.
+int BindLoopback(int sock)
 {
-    int sock = socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in address = {};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t length = sizeof(address);
     bind(sock, reinterpret_cast<sockaddr*>(&address), sizeof(address));
     getsockname(sock, reinterpret_cast<sockaddr*>(&address), &length);
-    close(sock);
     return ntohs(address.sin_port);
+}
+
+int ClosedPort()
+{
+    int sock = socket(AF_INET, SOCK_STREAM, 0);
+    const int port = BindLoopback(sock);
+    close(sock);
+    return port;
 }
 
 } // namespace
@@ -372,14 +379,8 @@ class ScriptedPeer
 public:
     explicit ScriptedPeer(std::vector<std::string> replies) : mListen(socket(AF_INET, SOCK_STREAM, 0))
     {
-        sockaddr_in address = {};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t length = sizeof(address);
-        bind(mListen, reinterpret_cast<sockaddr*>(&address), sizeof(address));
+        mPort = BindLoopback(mListen);
         listen(mListen, 4);
-        getsockname(mListen, reinterpret_cast<sockaddr*>(&address), &length);
-        mPort = ntohs(address.sin_port);
         mThread = std::thread([this, replies] {
             int peer = accept(mListen, nullptr, nullptr);
             timeval timeout = {5, 0};

@@ -24,6 +24,17 @@ namespace
 
 const std::string sLogin = RequestText("PortMode read=\"rr\" write=\"ww\"");
 
+int CountEntries(const std::string& path)
+{
+    int count = 0;
+    DIR* d = opendir(path.c_str());
+    while (d && readdir(d))
+        ++count;
+    if (d)
+        closedir(d);
+    return count;
+}
+
 // dir/root served, dir/outside beside it holding secret.txt.
 struct Site
 {
@@ -41,24 +52,10 @@ struct Site
     // Files in the outside directory, which no request may add to.
     int OutsideEntries() const
     {
-        int count = 0;
-        DIR* d = opendir(dir.File("outside").c_str());
-        while (d && readdir(d))
-            ++count;
-        if (d)
-            closedir(d);
-        return count + (PathExists(dir.File("escaped")) ? 1 : 0) + (PathExists(dir.File("made")) ? 1 : 0);
+        return CountEntries(dir.File("outside")) + (PathExists(dir.File("escaped")) ? 1 : 0) +
+               (PathExists(dir.File("made")) ? 1 : 0);
     }
-    int ServerDescriptors() const
-    {
-        int count = 0;
-        DIR* d = opendir(("/proc/" + std::to_string(server->Pid()) + "/fd").c_str());
-        while (d && readdir(d))
-            ++count;
-        if (d)
-            closedir(d);
-        return count;
-    }
+    int ServerDescriptors() const { return CountEntries("/proc/" + std::to_string(server->Pid()) + "/fd"); }
     // A logged-in client reads in.txt: the server still serves.
     bool StillServes() const
     {
