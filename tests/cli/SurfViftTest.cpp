@@ -139,7 +139,6 @@ TEST(CliSurfVift, TinyImagesEndWithAStatus)
             EXPECT_EQ(run.status, 0) << name << " " << descriptor;
             EXPECT_EQ(ReadTextFile(dir.File("o.txt")).substr(0, 6), "VESK1\n") << name;
         }
-        EXPECT_EQ(RunLumisk({name, "--descriptor", "vift"}, dir.Path()).status, 1) << name;
         EXPECT_EQ(RunLumisk({name, "--descriptor", "surf"}, dir.Path()).status, 0) << name;
     }
 }
