@@ -87,14 +87,14 @@ struct ReadSpans
         last.assign(static_cast<size_t>(height), -1);
     }
 
-    // The square of half side `radius` around (ix, iy), clipped to the image.
-    void AddSquare(long long ix, long long iy, long long radius)
+    // Columns x0 .. x1 of rows y0 .. y1, clipped to the image.
+    void AddRectangle(long long x0, long long x1, long long y0, long long y1)
     {
         const long long height = static_cast<long long>(first.size());
-        const long long y0 = std::max<long long>(iy - radius, 0);
-        const long long y1 = std::min<long long>(iy + radius, height - 1);
-        const long long x0 = std::max<long long>(ix - radius, 0);
-        const long long x1 = std::min<long long>(ix + radius, width - 1);
+        y0 = std::max<long long>(y0, 0);
+        y1 = std::min<long long>(y1, height - 1);
+        x0 = std::max<long long>(x0, 0);
+        x1 = std::min<long long>(x1, width - 1);
         if (x0 > x1)
             return;
         for (long long y = y0; y <= y1; ++y)
@@ -104,62 +104,6 @@ struct ReadSpans
         }
     }
 };
-
-// The central difference (-0.5, 0, 0.5) of three samples, with its sum taken as the
-// three-tap filter takes it: from 0.0, tap by tap.
-inline double CentralDifference(double before, double at, double after)
-{
-    double sum = 0.0;
-    sum += -0.5 * before;
-    sum += 0.0 * at;
-    sum += 0.5 * after;
-    return sum;
-}
-
-// Magnitude and orientation of the gradient of `channel` smoothed at `sigma`, where
-// `spans` says they are read. The differences of the two smoothed planes are taken
-// there only, the mirrored edge repeating the edge pixel.
-void LevelGradients(Array2dReal64* channel, double sigma, Array2dReal64* magnitude, Array2dReal64* angle,
-                    const ReadSpans& spans)
-{
-    std::unique_ptr<Array2dReal64> sx(Array::RecGaussSmoothing(channel, sigma, sigma, 1, 0, 3));
-    std::unique_ptr<Array2dReal64> sy(Array::RecGaussSmoothing(channel, sigma, sigma, 0, 1, 3));
-    const long long width = channel->mWidth;
-    const long long height = channel->mHeight;
-    std::vector<double> gxRow(static_cast<size_t>(width));
-    std::vector<double> gyRow(static_cast<size_t>(width));
-    double* gx = gxRow.data();
-    double* gy = gyRow.data();
-    for (long long y = 0; y < height; ++y)
-    {
-        const long long x0 = spans.first[y];
-        const long long x1 = std::min(spans.last[y] + 1, width);
-        if (x0 >= x1)
-            continue;
-        const double* h = sx->PixelPtr(0, y);
-        const double* above = sy->PixelPtr(0, y > 0 ? y - 1 : 0);
-        const double* at = sy->PixelPtr(0, y);
-        const double* below = sy->PixelPtr(0, y + 1 < height ? y + 1 : height - 1);
-        for (long long x = x0; x < x1; ++x)
-        {
-            const long long left = x > 0 ? x - 1 : 0;
-            const long long right = x + 1 < width ? x + 1 : width - 1;
-            gx[x] = CentralDifference(h[left], h[x], h[right]);
-            gy[x] = CentralDifference(above[x], at[x], below[x]);
-        }
-        double* m = magnitude->PixelPtr(0, y);
-        double* a = angle->PixelPtr(0, y);
-        for (long long x = x0; x < x1; ++x)
-            m[x] = std::sqrt(gx[x] * gx[x] + gy[x] * gy[x]);
-        for (long long x = x0; x < x1; ++x)
-        {
-            double t = std::atan2(gy[x], gx[x]);
-            if (t != t)
-                t = 0.0;
-            a[x] = -t;
-        }
-    }
-}
 
 // Orientation bin and fraction of angle a (already relative to the point's
 // orientation); false when the fraction leaves [0, 1].
@@ -231,19 +175,69 @@ inline void Deposit(double* row, const TapT& tap, double w, int o0, int o1, doub
     }
 }
 
-template <int OrientationBinsT, class PlanesT>
-void FillOrientationPlanes(Array2dReal64* angle, PlanesT& planes, const ReadSpans& spans)
+// The central difference (-0.5, 0, 0.5) of three samples, with its sum taken as the
+// three-tap filter takes it: from 0.0, tap by tap.
+inline double CentralDifference(double before, double at, double after)
 {
-    const long long width = angle->mWidth;
-    planes.o0.resize(static_cast<size_t>(width * angle->mHeight));
-    planes.fo.resize(planes.o0.size());
-    for (long long y = 0; y < angle->mHeight; ++y)
+    double sum = 0.0;
+    sum += -0.5 * before;
+    sum += 0.0 * at;
+    sum += 0.5 * after;
+    return sum;
+}
+
+// Magnitude and orientation of the gradient of `channel` smoothed at `sigma`, where
+// `spans` says they are read. The differences of the two smoothed planes are taken
+// there only, the mirrored edge repeating the edge pixel. With `bins` and `fractions`
+// (planes of the image's size) also each pixel's orientation bin and fraction at
+// orientation 0, the bin -1 where the fraction is out of range.
+template <int OrientationBinsT>
+void LevelGradients(Array2dReal64* channel, double sigma, Array2dReal64* magnitude, Array2dReal64* angle,
+                    const ReadSpans& spans, int32_t* bins, double* fractions)
+{
+    std::unique_ptr<Array2dReal64> sx(Array::RecGaussSmoothing(channel, sigma, sigma, 1, 0, 3));
+    std::unique_ptr<Array2dReal64> sy(Array::RecGaussSmoothing(channel, sigma, sigma, 0, 1, 3));
+    const long long width = channel->mWidth;
+    const long long height = channel->mHeight;
+    std::vector<double> gxRow(static_cast<size_t>(width));
+    std::vector<double> gyRow(static_cast<size_t>(width));
+    double* gx = gxRow.data();
+    double* gy = gyRow.data();
+    for (long long y = 0; y < height; ++y)
     {
-        const double* a = angle->PixelPtr(0, y);
-        int32_t* bin = planes.o0.data() + y * width;
-        double* fraction = planes.fo.data() + y * width;
+        const long long x0 = spans.first[y];
         const long long x1 = std::min(spans.last[y] + 1, width);
-        for (long long x = spans.first[y]; x < x1; ++x)
+        if (x0 >= x1)
+            continue;
+        const double* h = sx->PixelPtr(0, y);
+        const double* above = sy->PixelPtr(0, y > 0 ? y - 1 : 0);
+        const double* at = sy->PixelPtr(0, y);
+        const double* below = sy->PixelPtr(0, y + 1 < height ? y + 1 : height - 1);
+        // The edge columns apart, so that the inner ones run without index tests.
+        if (x0 == 0)
+            gx[0] = CentralDifference(h[0], h[0], h[width > 1 ? 1 : 0]);
+        if (x1 == width && width > 1)
+            gx[width - 1] = CentralDifference(h[width - 2], h[width - 1], h[width - 1]);
+        for (long long x = std::max<long long>(x0, 1); x < std::min<long long>(x1, width - 1); ++x)
+            gx[x] = CentralDifference(h[x - 1], h[x], h[x + 1]);
+        for (long long x = x0; x < x1; ++x)
+            gy[x] = CentralDifference(above[x], at[x], below[x]);
+        double* m = magnitude->PixelPtr(0, y);
+        double* a = angle->PixelPtr(0, y);
+        for (long long x = x0; x < x1; ++x)
+            m[x] = std::sqrt(gx[x] * gx[x] + gy[x] * gy[x]);
+        for (long long x = x0; x < x1; ++x)
+        {
+            double t = std::atan2(gy[x], gx[x]);
+            if (t != t)
+                t = 0.0;
+            a[x] = -t;
+        }
+        if (!bins)
+            continue;
+        int32_t* bin = bins + y * width;
+        double* fraction = fractions + y * width;
+        for (long long x = x0; x < x1; ++x)
         {
             int o0 = 0;
             double fo = 0.0;
@@ -326,18 +320,41 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
         if (levelStart[level] == levelStart[level + 1])
             continue;
         spans.Clear(channel->mWidth, channel->mHeight);
-        for (int n = levelStart[level]; n < levelStart[level + 1]; ++n)
-        {
-            const int k = order[n];
-            const int radius = FootprintRadius(scales[k], SpatialBinsT);
-            if (radius >= 0 && PointInRange(orientations[k], xs[k], ys[k]))
-                spans.AddSquare(static_cast<int32_t>(xs[k] + 0.5), static_cast<int32_t>(ys[k] + 0.5), radius);
-        }
-        LevelGradients(channel, sScaleLadder[level], magnitude.get(), angle.get(), spans);
         for (Footprint& f : cache)
             f.valid = false;
         int nextSlot = 0;
-        bool planesReady = false;
+        // The footprint of a point from the level's cache, made when missing.
+        auto footprintOf = [&](double scale, double fx, double fy, double orientation) -> const Footprint& {
+            for (const Footprint& f : cache)
+                if (f.valid && f.scale == scale && f.fx == fx && f.fy == fy && f.orientation == orientation)
+                    return f;
+            Footprint& made = cache[nextSlot];
+            MakeFootprint(made, scale, fx, fy, orientation);
+            nextSlot = (nextSlot + 1) % kFootprintCacheSize;
+            return made;
+        };
+        // Gradients are needed where some footprint has a tap.
+        bool anyAtZero = false;
+        for (int n = levelStart[level]; n < levelStart[level + 1]; ++n)
+        {
+            const int k = order[n];
+            if (!PointInRange(orientations[k], xs[k], ys[k]))
+                continue;
+            const long long ix = static_cast<int32_t>(xs[k] + 0.5);
+            const long long iy = static_cast<int32_t>(ys[k] + 0.5);
+            const Footprint& f = footprintOf(scales[k], xs[k] - ix, ys[k] - iy, orientations[k]);
+            if (!f.taps.empty())
+                spans.AddRectangle(ix + f.minJ, ix + f.maxJ, iy + f.minI, iy + f.maxI);
+            anyAtZero = anyAtZero || (orientations[k] == 0.0 && !std::signbit(orientations[k]));
+        }
+        if (anyAtZero && planes.o0.empty())
+        {
+            planes.o0.resize(static_cast<size_t>(channel->mWidth * channel->mHeight));
+            planes.fo.resize(planes.o0.size());
+        }
+        LevelGradients<OrientationBinsT>(channel, sScaleLadder[level], magnitude.get(), angle.get(), spans,
+                                         anyAtZero ? planes.o0.data() : nullptr,
+                                         anyAtZero ? planes.fo.data() : nullptr);
         for (int n = levelStart[level]; n < levelStart[level + 1]; ++n)
         {
             const int k = order[n];
@@ -347,29 +364,10 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
                 continue;
             const long long ix = static_cast<int32_t>(xs[k] + 0.5);
             const long long iy = static_cast<int32_t>(ys[k] + 0.5);
-            const double fx = xs[k] - ix;
-            const double fy = ys[k] - iy;
-            const Footprint* footprint = nullptr;
-            for (const Footprint& f : cache)
-                if (f.valid && f.scale == scale && f.fx == fx && f.fy == fy && f.orientation == orientation)
-                {
-                    footprint = &f;
-                    break;
-                }
-            if (!footprint)
-            {
-                MakeFootprint(cache[nextSlot], scale, fx, fy, orientation);
-                footprint = &cache[nextSlot];
-                nextSlot = (nextSlot + 1) % kFootprintCacheSize;
-            }
+            const Footprint* footprint = &footprintOf(scale, xs[k] - ix, ys[k] - iy, orientation);
             double* row = rows + static_cast<size_t>(k) * DescriptorLength;
             if (orientation == 0.0 && !std::signbit(orientation))
             {
-                if (!planesReady)
-                {
-                    FillOrientationPlanes<OrientationBinsT>(angle.get(), planes, spans);
-                    planesReady = true;
-                }
                 AccumulateAtZero(row, *footprint, magnitude.get(), planes, ix, iy);
             }
             else
