@@ -6,6 +6,7 @@
 #include <iostream>
 #include <memory>
 #include <string>
+#include <tuple>
 
 #include "basis/Report.h"
 #include "basis/Timer.h"
@@ -313,6 +314,7 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
     std::vector<Footprint> cache(kFootprintCacheSize);
     OrientationPlanes planes;
     ReadSpans spans;
+    std::vector<std::tuple<long long, long long, int>> usable; // band of rows, column, table row
     double* rows = result->mData;
 
     for (int level = 0; level < LadderLevels; ++level)
@@ -333,15 +335,19 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
             nextSlot = (nextSlot + 1) % kFootprintCacheSize;
             return made;
         };
-        // Gradients are needed where some footprint has a tap.
+        // Gradients are needed where some footprint has a tap. The usable points are
+        // then taken in bands of rows, left to right, so that the footprints of one
+        // point after another overlap in the cache.
         bool anyAtZero = false;
+        usable.clear();
         for (int n = levelStart[level]; n < levelStart[level + 1]; ++n)
         {
             const int k = order[n];
-            if (!PointInRange(orientations[k], xs[k], ys[k]))
+            if (!PointUsable(orientations[k], k, xs[k], ys[k]))
                 continue;
             const long long ix = static_cast<int32_t>(xs[k] + 0.5);
             const long long iy = static_cast<int32_t>(ys[k] + 0.5);
+            usable.push_back({iy >> 5, ix, k});
             const Footprint& f = footprintOf(scales[k], xs[k] - ix, ys[k] - iy, orientations[k]);
             if (!f.taps.empty())
                 spans.AddRectangle(ix + f.minJ, ix + f.maxJ, iy + f.minI, iy + f.maxI);
@@ -355,13 +361,12 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
         LevelGradients<OrientationBinsT>(channel, sScaleLadder[level], magnitude.get(), angle.get(), spans,
                                          anyAtZero ? planes.o0.data() : nullptr,
                                          anyAtZero ? planes.fo.data() : nullptr);
-        for (int n = levelStart[level]; n < levelStart[level + 1]; ++n)
+        std::sort(usable.begin(), usable.end());
+        for (const std::tuple<long long, long long, int>& u : usable)
         {
-            const int k = order[n];
+            const int k = std::get<2>(u);
             const double scale = scales[k];
             const double orientation = orientations[k];
-            if (!PointUsable(orientation, k, xs[k], ys[k]))
-                continue;
             const long long ix = static_cast<int32_t>(xs[k] + 0.5);
             const long long iy = static_cast<int32_t>(ys[k] + 0.5);
             const Footprint* footprint = &footprintOf(scale, xs[k] - ix, ys[k] - iy, orientation);
