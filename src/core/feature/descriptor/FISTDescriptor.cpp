@@ -7,10 +7,15 @@
 #include <memory>
 #include <string>
 
+#include "basis/CpuFeatures.h"
 #include "basis/Report.h"
 #include "basis/Timer.h"
 #include "core/array/ArrayFactories.h"
 #include "core/array/RecGauss.h"
+
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
 
 namespace Tavlin
 {
@@ -30,6 +35,10 @@ const double kTwoPi = 6.283185308;
 const double kClip = 0.20000000298023224;
 // Distinct footprints kept per ladder level; points of one level rarely have more.
 const int kFootprintCacheSize = 4;
+// Rows a band of spread bins holds beyond the tallest footprint of its level, and the
+// most pixels it may hold (eight doubles each).
+const long long kBandSlack = 40;
+const long long kBandPixels = 1LL << 18;
 // Angles are brought into one turn by repeated subtraction, whose cost grows with the
 // orientation: points turned further than this (or not a number) are refused.
 const double kMaxOrientation = 4096 * kTwoPi;
@@ -208,13 +217,20 @@ inline void Deposit(double* row, const TapT& tap, double w, int o0, int o1, doub
 }
 
 template <int OrientationBinsT, class PlanesT>
-void FillOrientationPlanes(Array2dReal64* angle, PlanesT& planes, const ReadSpans& spans)
+void FillOrientationPlanes(Array2dReal64* angle, Array2dReal64* magnitude, PlanesT& planes, const ReadSpans& spans)
 {
     const long long width = angle->mWidth;
     planes.o0.resize(static_cast<size_t>(width * angle->mHeight));
     planes.fo.resize(planes.o0.size());
+    planes.complete = true;
+    planes.finite = true;
     for (long long y = 0; y < angle->mHeight; ++y)
     {
+        const double* m = magnitude->PixelPtr(0, y);
+        bool finite = true;
+        for (long long x = spans.first[y]; x <= spans.last[y]; ++x)
+            finite = finite && std::isfinite(m[x]);
+        planes.finite = planes.finite && finite;
         const double* a = angle->PixelPtr(0, y);
         int32_t* bin = planes.o0.data() + y * width;
         double* fraction = planes.fo.data() + y * width;
@@ -224,11 +240,84 @@ void FillOrientationPlanes(Array2dReal64* angle, PlanesT& planes, const ReadSpan
             int o0 = 0;
             double fo = 0.0;
             if (OrientationBin(a[x] - 0.0, OrientationBinsT, o0, fo))
+            {
                 bin[x] = o0 >= OrientationBinsT ? 0 : o0;
+            }
             else
+            {
                 bin[x] = -1;
+                planes.complete = false;
+            }
             fraction[x] = fo;
         }
+    }
+}
+
+// The deposits of one footprint grouped by grid cell, as raw arrays.
+struct CellDeposits
+{
+    int cells;
+    const int32_t* start;
+    const int32_t* i;
+    const int32_t* j;
+    const double* weight;
+    const double* rowFactor;
+    const double* columnFactor;
+};
+
+#if defined(__x86_64__)
+// The histogram of a point at orientation 0 with eight orientation bins, cell by cell,
+// each cell's eight values in two registers. The terms and their order per value are
+// those of the tap-by-tap walk: w = magnitude x weight, then (w x row factor) x column
+// factor = wrc, times the pixel's eight spread bins (see OrientationPlanes). That gives
+// wrc x (1 - fo) and wrc x fo in bins o0 and o0 + 1 and +0 in the others, and adding
+// +0 leaves a sum of such terms as it is; so the magnitudes must be finite. Planes are
+// `width` wide and addressed from the point's pixel; without InsideT, pixels outside
+// the image are skipped.
+template <bool InsideT>
+TAVLIN_TARGET_AVX2 void AccumulateSpreadAvx2(double* row, const CellDeposits& d, const long long* offset,
+                                             const double* magnitude, const double* spread, long long ix,
+                                             long long iy, long long width, long long height)
+{
+    for (int c = 0; c < d.cells; ++c)
+    {
+        double* out = row + 8 * c;
+        __m256d low = _mm256_loadu_pd(out);
+        __m256d high = _mm256_loadu_pd(out + 4);
+        for (int e = d.start[c]; e < d.start[c + 1]; ++e)
+        {
+            if (!InsideT && (static_cast<unsigned long long>(iy + d.i[e]) >= static_cast<unsigned long long>(height) ||
+                             static_cast<unsigned long long>(ix + d.j[e]) >= static_cast<unsigned long long>(width)))
+                continue;
+            const long long p = offset[e];
+            const double w = magnitude[p] * d.weight[e];
+            const __m256d wrc = _mm256_set1_pd(w * d.rowFactor[e] * d.columnFactor[e]);
+            const double* bins = spread + 8 * p;
+            low = _mm256_add_pd(low, _mm256_mul_pd(wrc, _mm256_loadu_pd(bins)));
+            high = _mm256_add_pd(high, _mm256_mul_pd(wrc, _mm256_loadu_pd(bins + 4)));
+        }
+        _mm256_storeu_pd(out, low);
+        _mm256_storeu_pd(out + 4, high);
+    }
+}
+#endif
+
+// Rows first .. first + rows - 1 of the orientation planes spread out into `spread`,
+// eight values a pixel. Pixels that no footprint reads hold stale bins of 0 to 7 (or
+// -1), which the mask keeps inside the eight values.
+void SpreadBins(double* spread, const int32_t* bin, const double* fraction, long long width, long long first,
+                long long rows)
+{
+    const long long count = rows * width;
+    const int32_t* o0 = bin + first * width;
+    const double* fo = fraction + first * width;
+    std::memset(spread, 0, static_cast<size_t>(count) * 8 * sizeof(double));
+    for (long long p = 0; p < count; ++p)
+    {
+        double* bins = spread + 8 * p;
+        const int o = o0[p] & 7;
+        bins[o] = 1.0 - fo[p];
+        bins[(o + 1) & 7] = fo[p];
     }
 }
 
@@ -302,12 +391,22 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
         if (levelStart[level] == levelStart[level + 1])
             continue;
         spans.Clear(channel->mWidth, channel->mHeight);
+        // A band of spread bins pays when the points go down the image row by row.
+        bool downwards = true;
+        long long lastRow = -1;
+        int maxRadius = 0;
         for (int n = levelStart[level]; n < levelStart[level + 1]; ++n)
         {
             const int k = order[n];
             const int radius = FootprintRadius(scales[k], SpatialBinsT);
             if (radius >= 0 && PointInRange(orientations[k], xs[k], ys[k]))
-                spans.AddSquare(static_cast<int32_t>(xs[k] + 0.5), static_cast<int32_t>(ys[k] + 0.5), radius);
+            {
+                const long long iy = static_cast<int32_t>(ys[k] + 0.5);
+                spans.AddSquare(static_cast<int32_t>(xs[k] + 0.5), iy, radius);
+                downwards = downwards && iy >= lastRow;
+                lastRow = iy;
+                maxRadius = std::max(maxRadius, radius);
+            }
         }
         LevelGradients(channel, sScaleLadder[level], magnitude.get(), angle.get(), spans);
         for (Footprint& f : cache)
@@ -325,8 +424,8 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
             const long long iy = static_cast<int32_t>(ys[k] + 0.5);
             const double fx = xs[k] - ix;
             const double fy = ys[k] - iy;
-            const Footprint* footprint = nullptr;
-            for (const Footprint& f : cache)
+            Footprint* footprint = nullptr;
+            for (Footprint& f : cache)
                 if (f.valid && f.scale == scale && f.fx == fx && f.fy == fy && f.orientation == orientation)
                 {
                     footprint = &f;
@@ -343,8 +442,25 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
             {
                 if (!planesReady)
                 {
-                    FillOrientationPlanes<OrientationBinsT>(angle.get(), planes, spans);
+                    FillOrientationPlanes<OrientationBinsT>(angle.get(), magnitude.get(), planes, spans);
                     planesReady = true;
+                    const long long width = channel->mWidth;
+                    const long long capacity = std::min<long long>(2LL * maxRadius + 1 + kBandSlack, channel->mHeight);
+                    planes.bandRows = 0;
+                    planes.bandCapacity = 0;
+                    if (OrientationBinsT == 8 && downwards && planes.complete && planes.finite && CpuHasAvx2() &&
+                        capacity * width <= kBandPixels)
+                    {
+                        planes.bandCapacity = capacity;
+                        planes.spread.resize(static_cast<size_t>(capacity * width * 8));
+                    }
+                }
+                if (footprint->offsetWidth != channel->mWidth)
+                {
+                    footprint->offsetWidth = channel->mWidth;
+                    footprint->cellOffset.resize(footprint->cellI.size());
+                    for (size_t e = 0; e < footprint->cellI.size(); ++e)
+                        footprint->cellOffset[e] = footprint->cellI[e] * footprint->offsetWidth + footprint->cellJ[e];
                 }
                 AccumulateAtZero(row, *footprint, magnitude.get(), planes, ix, iy);
             }
@@ -401,6 +517,13 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::MakeFootprint(Footprint& fo
     footprint.maxJ = 0;
     footprint.taps.clear();
     footprint.rowStart.assign(1, 0);
+    footprint.cellStart.assign(1, 0);
+    footprint.cellI.clear();
+    footprint.cellJ.clear();
+    footprint.cellWeight.clear();
+    footprint.cellRowFactor.clear();
+    footprint.cellColumnFactor.clear();
+    footprint.offsetWidth = 0;
     const double cell = 3.0 * scale;
     const int radius = FootprintRadius(scale, bins);
     if (radius < 0)
@@ -433,7 +556,9 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::MakeFootprint(Footprint& fo
             const unsigned int ur = static_cast<unsigned int>(static_cast<int32_t>(r0));
             const unsigned int uc = static_cast<unsigned int>(static_cast<int32_t>(c0));
             const unsigned int n = SpatialBinsT;
-            tap.cell = (static_cast<int32_t>(r0) * SpatialBinsT + static_cast<int32_t>(c0)) * OrientationBinsT;
+            tap.r0 = static_cast<int32_t>(r0);
+            tap.c0 = static_cast<int32_t>(c0);
+            tap.cell = (tap.r0 * SpatialBinsT + tap.c0) * OrientationBinsT;
             tap.cells = (ur < n && uc < n ? 1u : 0u) | (ur < n && uc + 1 < n ? 2u : 0u) |
                         (ur + 1 < n && uc < n ? 4u : 0u) | (ur + 1 < n && uc + 1 < n ? 8u : 0u);
             if (footprint.taps.empty())
@@ -455,6 +580,25 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::MakeFootprint(Footprint& fo
             footprint.rowStart.back() = static_cast<int32_t>(footprint.taps.size());
         }
     }
+    // Cell (r, c) of a tap is bit (r - r0) x 2 + (c - c0) of its cells.
+    for (int r = 0; r < SpatialBinsT; ++r)
+        for (int c = 0; c < SpatialBinsT; ++c)
+        {
+            for (const Tap& tap : footprint.taps)
+            {
+                const int rowStep = r - tap.r0;
+                const int columnStep = c - tap.c0;
+                if (rowStep < 0 || rowStep > 1 || columnStep < 0 || columnStep > 1 ||
+                    !(tap.cells & (1u << (rowStep * 2 + columnStep))))
+                    continue;
+                footprint.cellI.push_back(tap.i);
+                footprint.cellJ.push_back(tap.j);
+                footprint.cellWeight.push_back(tap.weight);
+                footprint.cellRowFactor.push_back(rowStep ? tap.fr : tap.gr);
+                footprint.cellColumnFactor.push_back(columnStep ? tap.fc : tap.gc);
+            }
+            footprint.cellStart.push_back(static_cast<int32_t>(footprint.cellI.size()));
+        }
 }
 
 template <int SpatialBinsT, int OrientationBinsT>
@@ -495,7 +639,7 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::Accumulate(double* row, con
 template <int SpatialBinsT, int OrientationBinsT>
 void FISTDescriptor<SpatialBinsT, OrientationBinsT>::AccumulateAtZero(double* row, const Footprint& footprint,
                                                                       Array2dReal64* magnitude,
-                                                                      const OrientationPlanes& planes, long long ix,
+                                                                      OrientationPlanes& planes, long long ix,
                                                                       long long iy) const
 {
     if (footprint.taps.empty())
@@ -503,6 +647,34 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::AccumulateAtZero(double* ro
     const long long stride = magnitude->RowStride();
     const long long width = magnitude->mWidth;
     const long long height = magnitude->mHeight;
+#if defined(__x86_64__)
+    // The band is only set up where the vector loop gives the same sums (see
+    // DoCalculateFISTDescriptors); bins out of range are reported by the walk below.
+    const long long top = std::max<long long>(iy + footprint.minI, 0);
+    const long long bottom = std::min<long long>(iy + footprint.maxI, height - 1);
+    if (planes.bandCapacity > 0 && stride == width && footprint.offsetWidth == width && top <= bottom &&
+        bottom - top < planes.bandCapacity)
+    {
+        if (top < planes.bandFirst || bottom >= planes.bandFirst + planes.bandRows)
+        {
+            planes.bandFirst = top;
+            planes.bandRows = std::min(planes.bandCapacity, height - top);
+            SpreadBins(planes.spread.data(), planes.o0.data(), planes.fo.data(), width, planes.bandFirst,
+                       planes.bandRows);
+        }
+        const CellDeposits d = {SpatialBinsT * SpatialBinsT, footprint.cellStart.data(),  footprint.cellI.data(),
+                                footprint.cellJ.data(),      footprint.cellWeight.data(), footprint.cellRowFactor.data(),
+                                footprint.cellColumnFactor.data()};
+        const double* mag = magnitude->PixelPtr(0, 0) + iy * width + ix;
+        const double* spread = planes.spread.data() + 8 * ((iy - planes.bandFirst) * width + ix);
+        if (iy + footprint.minI >= 0 && iy + footprint.maxI < height && ix + footprint.minJ >= 0 &&
+            ix + footprint.maxJ < width)
+            AccumulateSpreadAvx2<true>(row, d, footprint.cellOffset.data(), mag, spread, ix, iy, width, height);
+        else
+            AccumulateSpreadAvx2<false>(row, d, footprint.cellOffset.data(), mag, spread, ix, iy, width, height);
+        return;
+    }
+#endif
     // Only rows of the window inside the image; columns are tested where the window
     // reaches over the left or right edge.
     const long long firstI = std::max<long long>(footprint.minI, -iy);
