@@ -30,44 +30,34 @@ namespace Python
 namespace
 {
 
-std::mutex sCoreMutex;
+// A data server is reached through one channel per server, whose message block serves
+// one request at a time: calls that use one run one after another.
+std::mutex sDataServerMutex;
 
-// Holds the core for one call and hands the lines it logged to `log` at the end, also
-// when the call throws. Exit-on-error is never on inside the module.
+// The core for one call: an option table and a log of its own, so that calls on other
+// threads neither see its options nor take its lines. Exit-on-error is never on inside
+// the module: only the command line's log configuration sets it.
 class CoreSession
 {
 public:
-    explicit CoreSession(std::vector<LogRecord>& log) : mLock(sCoreMutex), mLog(log)
-    {
-        LogRecords::Install().Take();
-        gExitOnErrorLogged = false;
-        gLog4CppFlushOutput = false;
-    }
-    ~CoreSession() { Collect(); }
+    explicit CoreSession(std::vector<LogRecord>& log) : mCapture(log), mLog(log) {}
 
     // The kind given, with the last ERROR line logged so far, or `fallback` without one.
     [[noreturn]] void Fail(ModuleError::Kind kind, const std::string& fallback)
     {
-        Collect();
         const std::string message = LogRecords::LastError(mLog);
         throw ModuleError(kind, message.empty() ? fallback : message);
     }
     // A text thrown by the core, followed by the last ERROR line when there is one.
     [[noreturn]] void FailThrown(const char* text)
     {
-        Collect();
         const std::string logged = LogRecords::LastError(mLog);
         throw ModuleError(ModuleError::kValue, logged.empty() ? text : std::string(text) + ": " + logged);
     }
 
 private:
-    void Collect()
-    {
-        for (LogRecord& record : LogRecords::Install().Take())
-            mLog.push_back(std::move(record));
-    }
-
-    std::lock_guard<std::mutex> mLock;
+    CmdOptionsScope mOptions;
+    LogRecords::Capture mCapture;
     std::vector<LogRecord>& mLog;
 };
 
@@ -123,6 +113,25 @@ Matrix FromArray(const Core::Array::Array2dReal64* array)
     return matrix;
 }
 
+// OSError with the system's reason when the file cannot be opened for reading.
+void CheckReadable(const std::string& name, const char* what)
+{
+    FILE* probe = std::fopen(name.c_str(), "rb");
+    if (!probe)
+        throw ModuleError(ModuleError::kOS, std::string("Cannot open ") + what + " file " + name + ": " +
+                                                std::strerror(errno));
+    std::fclose(probe);
+}
+
+// The file read from its start by `read`, which gives null after a logged error.
+template <class Result, class Read>
+Result* ReadWhole(const std::string& name, const char* what, Persistency::FileSystem& fs, Read read)
+{
+    CheckReadable(name, what);
+    std::unique_ptr<Util::IOBuffer> buffer(Persistency::File(name, &fs, false).GetReadBuffer());
+    return buffer ? read(buffer.get()) : nullptr;
+}
+
 Core::Array::Array2dVec3UInt8* LoadImage(const ExtractionRequest& request, Persistency::FileSystem& fs,
                                          CoreSession& session)
 {
@@ -136,11 +145,7 @@ Core::Array::Array2dVec3UInt8* LoadImage(const ExtractionRequest& request, Persi
             std::memcpy(image->PixelPtr(0, y), request.mPixels + y * row, row);
         return image;
     }
-    FILE* probe = std::fopen(request.mImageFile.c_str(), "rb");
-    if (!probe)
-        throw ModuleError(ModuleError::kOS, "Cannot open image file " + request.mImageFile + ": " +
-                                                std::strerror(errno));
-    std::fclose(probe);
+    CheckReadable(request.mImageFile, "image");
     Core::Array::Array2dVec3UInt8* image = nullptr;
     Core::Array::ReadFile(image, Persistency::File(request.mImageFile, &fs, false));
     if (!image)
@@ -190,6 +195,44 @@ PointsAndDescriptors ReadBuffer(Util::IOBuffer* buffer, const std::string& name,
     return PointsAndDescriptors{FromArray(points), FromArray(descriptors)};
 }
 
+// The codebook as --codebook reads it (the array given, or the file named) with the
+// optional reduction, and for mode "forest" the same file as a table of trees.
+void LoadCodebook(const ExtractionRequest& request, Util::PropertySet& properties, Persistency::FileSystem& fs,
+                  Core::Feature::InterestPointFeature& feature, CoreSession& session)
+{
+    const std::string& name = request.mCodebookFile;
+    const bool forest = properties.GetString("codebookMode", "") == "forest";
+    if (forest && name.empty())
+        throw ModuleError(ModuleError::kValue, "Mode forest needs the codebook as a table file: give its file name");
+    std::unique_ptr<Core::Array::Array2dReal64> words(
+        request.mCodebook ? ToArray(*request.mCodebook)
+                          : ReadWhole<Core::Array::Array2dReal64>(name, "codebook", fs,
+                                                                  Core::Feature::ReadCodebookFromBuffer));
+    if (!words || words->Height() < 1)
+        session.Fail(ModuleError::kValue, "The codebook has no words" + (name.empty() ? "" : ": " + name));
+    std::unique_ptr<Core::Array::Array2dReal64> reduce;
+    const std::string reduceName = properties.GetString("descriptorReduce", "");
+    if (!reduceName.empty())
+    {
+        reduce.reset(ReadWhole<Core::Array::Array2dReal64>(reduceName, "descriptorReduce", fs,
+                                                           Core::Feature::ReadCodebookFromBuffer));
+        if (!reduce)
+            session.Fail(ModuleError::kValue, "Could not read the descriptorReduce matrix from " + reduceName);
+    }
+    feature.SetCodebook(words.release(), reduce.release());
+    if (forest)
+    {
+        Core::Feature::FeatureTable* trees =
+            ReadWhole<Core::Feature::FeatureTable>(name, "codebook", fs, Core::Feature::ReadCodebookTable);
+        if (!trees)
+            session.Fail(ModuleError::kValue, "Mode forest needs the codebook as a table file: " + name);
+        feature.SetForest(trees);
+    }
+    feature.ConfigurePyramid(properties);
+    if (!feature.PrepareCodebookMode())
+        session.Fail(ModuleError::kValue, "Codebook mode cannot run: " + properties.GetString("codebookMode", ""));
+}
+
 PointsAndDescriptors Extract(const ExtractionRequest& request, CoreSession& session)
 {
     ParseOptions(request);
@@ -203,32 +246,17 @@ PointsAndDescriptors Extract(const ExtractionRequest& request, CoreSession& sess
     // Exact values whatever the caller asked for: the result is never text.
     properties.Add("outputFormat", "binary");
 
+    // Held before the quantizers look for their files, which may be the server's.
+    std::unique_lock<std::mutex> serverLock(sDataServerMutex, std::defer_lock);
+    if (!properties.GetString("dataServer", "").empty())
+        serverLock.lock();
+
     Persistency::FileSystem fs("", "");
     std::unique_ptr<Core::Array::Array2dVec3UInt8> image(LoadImage(request, fs, session));
 
     Core::Feature::InterestPointFeature feature(properties);
-    if (request.mCodebook)
-    {
-        if (request.mCodebook->mRows < 1)
-            throw ModuleError(ModuleError::kValue, "The codebook has no words");
-        if (properties.GetString("codebookMode", "") == "forest")
-            throw ModuleError(ModuleError::kValue, "Mode forest needs the codebook as a table file: use the "
-                                                   "command line");
-        std::unique_ptr<Core::Array::Array2dReal64> reduce;
-        const std::string reduceName = properties.GetString("descriptorReduce", "");
-        if (!reduceName.empty())
-        {
-            std::unique_ptr<Util::IOBuffer> buffer(Persistency::File(reduceName, &fs, false).GetReadBuffer());
-            if (buffer)
-                reduce.reset(Core::Feature::ReadCodebookFromBuffer(buffer.get()));
-            if (!reduce)
-                session.Fail(ModuleError::kOS, "Could not read the descriptorReduce matrix from " + reduceName);
-        }
-        feature.SetCodebook(ToArray(*request.mCodebook), reduce.release());
-        feature.ConfigurePyramid(properties);
-        if (!feature.PrepareCodebookMode())
-            session.Fail(ModuleError::kValue, "Codebook mode cannot run: " + properties.GetString("codebookMode", ""));
-    }
+    if (request.mCodebook || !request.mCodebookFile.empty())
+        LoadCodebook(request, properties, fs, feature, session);
 
     MemoryFile output;
     if (!output.Valid())
@@ -251,7 +279,7 @@ PointsAndDescriptors Extract(const ExtractionRequest& request, CoreSession& sess
 
 bool IsFlagOption(const std::string& name)
 {
-    std::lock_guard<std::mutex> lock(sCoreMutex);
+    CmdOptionsScope scope;
     RegisterOptions();
     return CmdOptions::GetInstance().IsFlag(name);
 }

@@ -1,8 +1,8 @@
 // What the module does with the core, free of Python: one extraction (and projection)
 // configured from command-line option names, with the result in memory, and the two
-// descriptor file forms. Every function holds one process-wide lock while it uses the
-// core, whose option table and log are process-wide. Failures throw ModuleError with
-// the kind of Python exception it becomes and the logged message.
+// descriptor file forms. Each call has an option table and a log of its own, so calls run
+// on several threads at once. Failures throw ModuleError with the kind of Python
+// exception it becomes and the logged message.
 #ifndef TAVLIN_PYTHON_EXTRACTIONRUN_H
 #define TAVLIN_PYTHON_EXTRACTIONRUN_H
 
@@ -52,8 +52,10 @@ struct ExtractionRequest
     const uint8_t* mPixels = nullptr;
     int64_t mWidth = 0;
     int64_t mHeight = 0;
-    // With words: the codebook the descriptors are projected onto.
+    // With words, or with the name of a file --codebook takes: the codebook the
+    // descriptors are projected onto.
     const Matrix* mCodebook = nullptr;
+    std::string mCodebookFile;
 };
 
 struct PointsAndDescriptors

@@ -13,6 +13,9 @@ namespace
 {
 // A long run logs thousands of lines at INFO; only the latest are worth keeping.
 const size_t sMaxRecords = 1000;
+
+// Appenders run on the thread that logs, so the sink needs no lock.
+thread_local std::vector<LogRecord>* tSink = nullptr;
 } // namespace
 
 LogRecords::LogRecords() : log4cpp::AppenderSkeleton("python") {}
@@ -31,6 +34,16 @@ LogRecords& LogRecords::Install()
     return *sInstance;
 }
 
+LogRecords::Capture::Capture(std::vector<LogRecord>& records) : mPrevious(tSink)
+{
+    tSink = &records;
+}
+
+LogRecords::Capture::~Capture()
+{
+    tSink = mPrevious;
+}
+
 void LogRecords::setLayout(log4cpp::Layout* layout)
 {
     delete layout;
@@ -38,18 +51,12 @@ void LogRecords::setLayout(log4cpp::Layout* layout)
 
 void LogRecords::_append(const log4cpp::LoggingEvent& event)
 {
-    std::lock_guard<std::mutex> lock(mMutex);
-    if (mRecords.size() >= sMaxRecords)
-        mRecords.erase(mRecords.begin());
-    mRecords.push_back(LogRecord{event.priority, event.categoryName, event.message});
-}
-
-std::vector<LogRecord> LogRecords::Take()
-{
-    std::lock_guard<std::mutex> lock(mMutex);
-    std::vector<LogRecord> taken;
-    taken.swap(mRecords);
-    return taken;
+    std::vector<LogRecord>* sink = tSink;
+    if (!sink)
+        return;
+    if (sink->size() >= sMaxRecords)
+        sink->erase(sink->begin());
+    sink->push_back(LogRecord{event.priority, event.categoryName, event.message});
 }
 
 std::string LogRecords::LastError(const std::vector<LogRecord>& records)

@@ -1,11 +1,10 @@
-// The module's log: a log4cpp appender that keeps the lines of the current call in
-// memory instead of printing them, so that the module is silent by itself, the lines
-// can be handed to Python's logging afterwards, and a failure's exception can carry the
-// last ERROR line.
+// The module's log: a log4cpp appender that hands each line to the call that logged it
+// instead of printing it, so that the module is silent by itself, the lines can be
+// passed to Python's logging afterwards, and a failure's exception can carry its own
+// last ERROR line even while other calls run on other threads.
 #ifndef TAVLIN_PYTHON_LOGRECORDS_H
 #define TAVLIN_PYTHON_LOGRECORDS_H
 
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -29,8 +28,20 @@ public:
     // Makes the appender the root category's only one, at INFO. Once per process.
     static LogRecords& Install();
 
-    // The lines since the last call, which are forgotten.
-    std::vector<LogRecord> Take();
+    // While it lives, the lines logged on the constructing thread go to `records`
+    // (the latest ones only, in a long run); lines of a thread without one are dropped.
+    class Capture
+    {
+    public:
+        explicit Capture(std::vector<LogRecord>& records);
+        ~Capture();
+        Capture(const Capture&) = delete;
+        Capture& operator=(const Capture&) = delete;
+
+    private:
+        std::vector<LogRecord>* mPrevious;
+    };
+
     // The message of the last ERROR line among records; empty when there is none.
     static std::string LastError(const std::vector<LogRecord>& records);
 
@@ -43,9 +54,6 @@ protected:
 
 private:
     LogRecords();
-
-    std::mutex mMutex;
-    std::vector<LogRecord> mRecords;
 };
 
 } // namespace Python

@@ -121,18 +121,27 @@ void AddOptions(ExtractionRequest& request, const py::kwargs& options)
     }
 }
 
-py::tuple Run(const py::object& image, const Matrix* codebook, const std::string& detector,
+bool IsPath(const py::handle& object)
+{
+    return py::isinstance<py::str>(object) || py::hasattr(object, "__fspath__");
+}
+
+std::string PathOf(const py::handle& object)
+{
+    return py::module_::import("os").attr("fspath")(object).cast<std::string>();
+}
+
+// `request` holds the codebook, if any; the options and the image are added here.
+py::tuple Run(ExtractionRequest& request, const py::object& image, const std::string& detector,
               const std::string& descriptor, const py::kwargs& options)
 {
-    ExtractionRequest request;
     request.mOptions.emplace_back("detector", detector);
     request.mOptions.emplace_back("descriptor", descriptor);
     AddOptions(request, options);
-    request.mCodebook = codebook;
 
     py::array_t<uint8_t, py::array::c_style> pixels;
-    if (py::isinstance<py::str>(image) || py::hasattr(image, "__fspath__"))
-        request.mImageFile = py::module_::import("os").attr("fspath")(image).cast<std::string>();
+    if (IsPath(image))
+        request.mImageFile = PathOf(image);
     else
     {
         if (!py::isinstance<py::array>(image))
@@ -163,10 +172,10 @@ the command line. Errors raise ValueError, OSError or RuntimeError with the logg
 message; the log goes to the logger "lumisk" of Python's logging (silent unless
 configured).
 
-Threads: the GIL is released while an image is processed, but a call configures the
-process-wide option table of the core, so a module-wide lock runs one call at a time:
-a thread pool overlaps Python work with extraction, not extractions with each other.
-For many images at once use the command line's --batch with --threads.)";
+Threads: the GIL is released while an image is processed and every call has options
+of its own, so a thread pool of Python threads (concurrent.futures.ThreadPoolExecutor)
+extracts several images in parallel, each call with its own options and exactly the
+result it gives alone. Calls that use a dataServer run one at a time.)";
 
 const char* const sExtractDoc = R"(extract(image, detector="harrislaplace", descriptor="sift", **options) -> (points, descriptors)
 
@@ -177,10 +186,12 @@ and the descriptors: exactly what a run with --outputFormat binary writes.)";
 
 const char* const sProjectDoc = R"(project(image, codebook, detector="harrislaplace", descriptor="sift", **options) -> (points, vectors)
 
-codebook: a float64 array of words x descriptor length. Returns what a --codebook run
-writes (one row per spatial cell, or per point in the per-point modes). Options as for
-extract, also codebookMode, pointSelector, codebookSigma; the modes that load further
-files take codebookName and data as the command line does.)";
+codebook: a float64 array of words x descriptor length, or the name of a file that
+--codebook takes (raw array, descriptor file or table file; mode "forest" needs its
+table file of trees). Returns what a --codebook run writes (one row per spatial cell,
+or per point in the per-point modes). Options as for extract, also codebookMode,
+pointSelector, codebookSigma, descriptorReduce; the modes that load further files take
+codebookName and data as the command line does.)";
 
 } // namespace
 
@@ -213,15 +224,26 @@ PYBIND11_MODULE(lumisk, module)
     module.def(
         "extract",
         [](const py::object& image, const std::string& detector, const std::string& descriptor,
-           const py::kwargs& options) { return Run(image, nullptr, detector, descriptor, options); },
+           const py::kwargs& options) {
+            ExtractionRequest request;
+            return Run(request, image, detector, descriptor, options);
+        },
         py::arg("image"), py::arg("detector") = "harrislaplace", py::arg("descriptor") = "sift", sExtractDoc);
 
     module.def(
         "project",
         [](const py::object& image, const py::object& codebook, const std::string& detector,
            const std::string& descriptor, const py::kwargs& options) {
-            const Matrix words = FromNumpy(codebook, "codebook", -1);
-            return Run(image, &words, detector, descriptor, options);
+            ExtractionRequest request;
+            Matrix words;
+            if (IsPath(codebook))
+                request.mCodebookFile = PathOf(codebook);
+            else
+            {
+                words = FromNumpy(codebook, "codebook", -1);
+                request.mCodebook = &words;
+            }
+            return Run(request, image, detector, descriptor, options);
         },
         py::arg("image"), py::arg("codebook"), py::arg("detector") = "harrislaplace", py::arg("descriptor") = "sift",
         sProjectDoc);
@@ -229,7 +251,7 @@ PYBIND11_MODULE(lumisk, module)
     module.def(
         "read_descriptors",
         [](const py::object& path) {
-            const std::string name = py::module_::import("os").attr("fspath")(path).cast<std::string>();
+            const std::string name = PathOf(path);
             PointsAndDescriptors result =
                 WithoutGil([&](std::vector<LogRecord>& log) { return ReadDescriptorFile(name, log); });
             return py::make_tuple(ToNumpy(result.mPoints), ToNumpy(result.mDescriptors));
@@ -240,7 +262,7 @@ PYBIND11_MODULE(lumisk, module)
     module.def(
         "write_descriptors",
         [](const py::object& path, const py::object& points, const py::object& descriptors, bool binary) {
-            const std::string name = py::module_::import("os").attr("fspath")(path).cast<std::string>();
+            const std::string name = PathOf(path);
             const Matrix pointRows = FromNumpy(points, "points", 5);
             Matrix descriptorRows;
             const bool withDescriptors = !descriptors.is_none();

@@ -74,3 +74,21 @@ def synthetic_image(height=96, width=128):
         disc = (y - cy) ** 2 + (x - cx) ** 2 < r * r
         image[disc] = (250, 240, 30)
     return np.ascontiguousarray(image.astype(np.uint8))
+
+
+def raw_array(kind, width, height, payload):
+    """A version 1 binary raw array: its header padded to 200 bytes, then the values."""
+    header = "version: 1, binary: 1, type: %s, elemSize: 1, width: %d, height: %d, nr: 1" % (kind, width, height)
+    return header.encode().ljust(200, b"\0") + payload
+
+
+def forest_table(rows):
+    """A table file of random trees: one (code word, dimension, threshold) per node, each
+    tree in preorder, -1 as the code word of an inner node."""
+    inner = 0x8000000000000000
+    words = [0] * len(rows) + [inner if cw == -1 else cw for cw, _, _ in rows]
+    values = [float(v) for _, d, t in rows for v in (d, t)]
+    header = ("tavlintableversion: 2, columns: 2, size: %d\ncolumn1: object\ncolumn2: values\n" % len(rows))
+    return (header.encode().ljust(1024, b"\0") + b"#" * 128
+            + raw_array("uint64", len(rows), 2, struct.pack("<%dQ" % len(words), *words))
+            + raw_array("real64", 2, len(rows), struct.pack("<%dd" % len(values), *values)))

@@ -66,6 +66,52 @@ class ExtractTest(unittest.TestCase):
         np.testing.assert_array_equal(points, expected[0])
         np.testing.assert_array_equal(vectors, expected[1])
 
+    def test_codebook_files_as_the_command_line_reads_them(self):
+        pixels = support.synthetic_image()
+        dense = {"detector": "densesampling", "descriptor": "sift", "ds_spacing": 8}
+        _, descriptors = lumisk.extract(pixels, **dense)
+        self.assertGreater(len(descriptors), 20)
+        # Two trees over five leaves; thresholds at the means, so that every leaf gets points.
+        m0, m5, m9 = descriptors[:, [0, 5, 9]].mean(axis=0)
+        forest = support.forest_table([(-1, 0, m0), (0, -1, -1), (1, -1, -1),
+                                       (-1, 5, m5), (-1, 9, m9), (2, -1, -1), (3, -1, -1), (4, -1, -1)])
+        words = np.random.default_rng(5).uniform(0, 60, (12, 128))
+        with tempfile.TemporaryDirectory() as work:
+            image = os.path.join(work, "synthetic.png")
+            with open(image, "wb") as f:
+                f.write(support.png(pixels))
+            files = {"forest.tab": forest, "words.bin": support.bindesc1(np.zeros((12, 5)), words)}
+            for name, data in files.items():
+                with open(os.path.join(work, name), "wb") as f:
+                    f.write(data)
+
+            options = dict(dense, codebookMode="forest", pointSelector="pyramid-1x1-2x2")
+            expected = support.parse_bindesc1(support.run_cli(
+                image, dict(options, codebook="forest.tab"), extra_files={"forest.tab": forest}))
+            points, vectors = lumisk.project(pixels, os.path.join(work, "forest.tab"), **options)
+            self.assertEqual(vectors.shape, (5, 5))
+            np.testing.assert_array_equal(points, expected[0])
+            np.testing.assert_array_equal(vectors, expected[1])
+            # Each tree votes once per point: every row sums to one, every leaf has votes.
+            np.testing.assert_allclose(vectors.sum(axis=1), 1.0, rtol=1e-12)
+            self.assertTrue((vectors[0] > 0).all())
+
+            # The forest needs its trees, which an array does not hold; a raw array file
+            # is no table.
+            with self.assertRaisesRegex(ValueError, "table file"):
+                lumisk.project(pixels, words, **options)
+            with self.assertRaisesRegex(ValueError, "table file"):
+                lumisk.project(pixels, os.path.join(work, "words.bin"), **options)
+            with self.assertRaises(OSError):
+                lumisk.project(pixels, os.path.join(work, "missing.tab"), **options)
+
+            # Any mode takes the file name as well as the array.
+            hard = dict(dense, pointSelector="pyramid-1x1-2x2")
+            from_file = lumisk.project(pixels, os.path.join(work, "words.bin"), **hard)
+            from_array = lumisk.project(pixels, words, **hard)
+            self.assertEqual(from_file[1].shape, (5, 12))
+            np.testing.assert_array_equal(from_file[1], from_array[1])
+
 
 if __name__ == "__main__":
     unittest.main()

@@ -18,6 +18,8 @@ const char* const sVersion = "12.02.00";
 const char* const sSvnVersion = "6818";
 const char* const sReadFromIni = "read from ini file";
 
+thread_local CmdOptions* tThreadOptions = nullptr;
+
 std::string BaseOfProgram(const std::string& program)
 {
     size_t slash = program.rfind('/');
@@ -41,8 +43,20 @@ std::string StripEnds(const std::string& text)
 
 CmdOptions& CmdOptions::GetInstance()
 {
+    if (CmdOptions* own = tThreadOptions)
+        return *own;
     static CmdOptions sInstance;
     return sInstance;
+}
+
+CmdOptionsScope::CmdOptionsScope() : mOptions(new CmdOptions()), mPrevious(tThreadOptions)
+{
+    tThreadOptions = mOptions.get();
+}
+
+CmdOptionsScope::~CmdOptionsScope()
+{
+    tThreadOptions = mPrevious;
 }
 
 CmdOptions::CmdOptions()

@@ -6,6 +6,7 @@
 #define TAVLIN_BASIS_CMDOPTIONS_H
 
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,8 @@ namespace Tavlin
 class CmdOptions
 {
 public:
+    // The calling thread's table while a CmdOptionsScope of it lives, else the
+    // process-wide one.
     static CmdOptions& GetInstance();
     virtual ~CmdOptions() = default;
 
@@ -54,6 +57,8 @@ public:
     void Reset();
 
 private:
+    friend class CmdOptionsScope;
+
     CmdOptions();
     CmdOptions(const CmdOptions&) = delete;
     CmdOptions& operator=(const CmdOptions&) = delete;
@@ -70,6 +75,22 @@ private:
     std::vector<bool> mHidden;
     std::vector<std::string> mArgs;
     std::vector<std::string> mAllArgs;
+};
+
+// Gives the calling thread a fresh table of its own for as long as it lives, so that
+// configurations of one process can run side by side (the Python module's calls); other
+// threads, and this one afterwards, see the table they saw before.
+class CmdOptionsScope
+{
+public:
+    CmdOptionsScope();
+    ~CmdOptionsScope();
+    CmdOptionsScope(const CmdOptionsScope&) = delete;
+    CmdOptionsScope& operator=(const CmdOptionsScope&) = delete;
+
+private:
+    std::unique_ptr<CmdOptions> mOptions;
+    CmdOptions* mPrevious;
 };
 
 // Lines of "key value" (value optionally in double quotes); later lines win; a missing

@@ -2,6 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <string>
+#include <thread>
+#include <vector>
+
 #include "support/TestSupport.h"
 
 using Tavlin::CmdOptions;
@@ -185,4 +190,60 @@ TEST(CmdOptionsUsage, ListsVisibleRowsInTheExactFormat)
                                                        "    -v  --verb level [default: 0]\n"
                                                        "        --ini filename\n"
                                                        "    -s  --src type [type in dx|avi]\n");
+}
+
+TEST(CmdOptionsScope, EachThreadWithAScopeParsesIntoATableOfItsOwn)
+{
+    CmdOptions& global = FreshOptions();
+    ASSERT_EQ(Parse(global, {"img", "--keepLimited", "5"}), "");
+
+    // Threads parse different values at the same time, each in its own table, while the
+    // process-wide one keeps its value.
+    const int threads = 4;
+    std::vector<std::string> seen(threads), seenAfter(threads);
+    std::vector<char> fresh(threads, 0);
+    std::vector<std::thread> workers;
+    std::atomic<int> ready{0};
+    for (int t = 0; t < threads; ++t)
+        workers.emplace_back([&, t] {
+            {
+                Tavlin::CmdOptionsScope scope;
+                CmdOptions& own = CmdOptions::GetInstance();
+                fresh[t] = &own != &global && own.GetString("keepLimited", "absent") == "absent";
+                own.AddOption(0, "keepLimited", "count", "-1");
+                ++ready;
+                while (ready < threads)
+                    std::this_thread::yield();
+                for (int round = 0; round < 200; ++round)
+                {
+                    own.DoParseArgs({"lumisk", "--keepLimited", std::to_string(100 * t + round)}, 0);
+                    seen[t] = CmdOptions::GetInstance().GetString("keepLimited", "");
+                    if (seen[t] != std::to_string(100 * t + round))
+                        break;
+                }
+            }
+            seenAfter[t] = CmdOptions::GetInstance().GetString("keepLimited", "");
+        });
+    for (std::thread& worker : workers)
+        worker.join();
+    for (int t = 0; t < threads; ++t)
+    {
+        EXPECT_TRUE(fresh[t]) << t;
+        EXPECT_EQ(seen[t], std::to_string(100 * t + 199)) << t;
+        EXPECT_EQ(seenAfter[t], "5") << t;
+    }
+    EXPECT_EQ(&CmdOptions::GetInstance(), &global);
+    EXPECT_EQ(global.GetString("keepLimited", ""), "5");
+
+    // Scopes nest: the inner one ends back in the outer one's table.
+    {
+        Tavlin::CmdOptionsScope outer;
+        CmdOptions* outerTable = &CmdOptions::GetInstance();
+        {
+            Tavlin::CmdOptionsScope inner;
+            EXPECT_NE(&CmdOptions::GetInstance(), outerTable);
+        }
+        EXPECT_EQ(&CmdOptions::GetInstance(), outerTable);
+    }
+    EXPECT_EQ(&CmdOptions::GetInstance(), &global);
 }

@@ -21,13 +21,6 @@ using Tavlin::Util::IOBufferFile;
 namespace
 {
 
-testing::AssertionResult Has(const std::string& text, const std::string& what)
-{
-    if (text.find(what) != std::string::npos)
-        return testing::AssertionSuccess();
-    return testing::AssertionFailure() << "\"" << what << "\" not in:\n" << text;
-}
-
 void WriteWith(const std::string& path, const std::function<void(IOBuffer*)>& write)
 {
     std::unique_ptr<IOBuffer> buffer(new IOBufferFile(path, false, false, false));

@@ -6,22 +6,7 @@
 #include "support/ImageCodecs.h"
 #include "support/TestSupport.h"
 
-using TestSupport::CountOf;
-using TestSupport::PathExists;
-using TestSupport::ReadTextFile;
-using TestSupport::RunLumisk;
-using TestSupport::TempDir;
-using TestSupport::WriteTextFile;
-
-namespace
-{
-testing::AssertionResult Has(const std::string& text, const std::string& what)
-{
-    if (text.find(what) != std::string::npos)
-        return testing::AssertionSuccess();
-    return testing::AssertionFailure() << "\"" << what << "\" not in:\n" << text;
-}
-} // namespace
+using namespace TestSupport;
 
 TEST(DriverCommandLine, VersionHelpAndRefusedCommandLines)
 {
@@ -170,9 +155,8 @@ TEST(DriverFiles, BatchFilesAndOutputDirectories)
 TEST(DriverImages, DecodesInputsAndStopsAtTheFirstUnreadableOne)
 {
     TempDir dir;
-    std::string jpeg = TestSupport::EncodeJpeg(TestSupport::MakeTexturedImage(64, 48, 3, 5), JCS_RGB, JCS_YCbCr, 90);
-    WriteTextFile(dir.File("photo.jpg"), jpeg);
-    WriteTextFile(dir.File("short.jpg"), jpeg.substr(0, 13));
+    WriteJpegPhoto(dir.File("photo.jpg"), 64, 48, 5);
+    WriteTextFile(dir.File("short.jpg"), ReadTextFile(dir.File("photo.jpg")).substr(0, 13));
     auto loaded = RunLumisk({"photo.jpg", "--detector", "none"}, dir.Path());
     EXPECT_EQ(loaded.status, 0);
     EXPECT_TRUE(Has(loaded.out, "INFO  [Sandbox.vesk.mainLumisk ] Loaded photo.jpg at 0h0m"));

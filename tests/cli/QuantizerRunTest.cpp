@@ -2,7 +2,6 @@
 // point's position with its five nearest words, "forest" one row per cell that sums to
 // 1; codebooks the run cannot use end it before any image.
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <memory>
@@ -13,10 +12,9 @@
 #include "core/array/WriteRaw.h"
 #include "core/feature/codebook/RandomTree.h"
 #include "support/DescriptorFiles.h"
-#include "support/ImageCodecs.h"
 #include "support/Matrices.h"
+#include "support/PhotoRuns.h"
 #include "support/TableFiles.h"
-#include "support/TestSupport.h"
 #include "util/IOBufferFile.h"
 
 using namespace TestSupport;
@@ -26,21 +24,11 @@ using Tavlin::Core::Array::Array2dReal64;
 namespace
 {
 
-testing::AssertionResult Has(const std::string& text, const std::string& what)
-{
-    if (text.find(what) != std::string::npos)
-        return testing::AssertionSuccess();
-    return testing::AssertionFailure() << "\"" << what << "\" not in:\n" << text;
-}
-
-class QuantizerRun : public testing::Test
+class QuantizerRun : public PhotoRun
 {
 protected:
     void SetUp() override
     {
-        PlainImage picture = MakeTexturedImage(64, 48, 3, 11);
-        WriteTextFile(dir.File("photo.jpg"), EncodeJpeg(picture, JCS_RGB, JCS_YCbCr, 90));
-        mkdir(dir.File("Codebooks").c_str(), 0755);
         // The points and descriptors of the image, without a codebook.
         RunResult plain = Run({});
         ASSERT_EQ(plain.status, 0) << plain.out;
@@ -49,14 +37,6 @@ protected:
         ASSERT_GT(points.vectors->mHeight, 20);
         ASSERT_EQ(points.vectors->mWidth, 128);
         ASSERT_EQ(remove(dir.File("o.bin").c_str()), 0);
-    }
-
-    RunResult Run(const std::vector<std::string>& more)
-    {
-        std::vector<std::string> args{"photo.jpg", "--detector", "densesampling", "--descriptor", "sift",
-                                      "--output", "o.bin", "--outputFormat", "binary"};
-        args.insert(args.end(), more.begin(), more.end());
-        return RunLumisk(args, dir.Path());
     }
 
     void WriteCodebook(const std::string& name, const Array2dReal64* words)
@@ -78,7 +58,6 @@ protected:
 
     const double* Descriptor(long long i) const { return points.vectors->mData + i * 128; }
 
-    TempDir dir;
     DescriptorFile points;
 };
 
@@ -170,8 +149,7 @@ TEST_F(QuantizerRun, ForestRowsCountTheLeavesOfEveryTreeAndSumToOne)
         for (int k = 0; k < 5; ++k)
             sum += out.vectors->mData[5 * r + k];
         EXPECT_NEAR(sum, 1.0, 1e-12) << r;
-        for (int c = 0; c < 5; ++c)
-            EXPECT_EQ(out.points->mData[5 * r + c], c < 2 ? 1.0 : 0.0);
+        EXPECT_EQ(RowValues(*out.points, r), (std::vector<double>{1, 1, 0, 0, 0}));
     }
 
     // The whole image: each tree votes once per point.

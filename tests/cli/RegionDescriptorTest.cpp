@@ -39,11 +39,6 @@ std::vector<std::vector<double>> ReadDescriptors(const std::string& path, int* l
     return rows;
 }
 
-void WriteImage(const TempDir& dir, const std::string& name, int width, int height, unsigned seed)
-{
-    WriteTextFile(dir.File(name), EncodeJpeg(MakeTexturedImage(width, height, 3, seed), JCS_RGB, JCS_YCbCr, 90));
-}
-
 // Runs a dense region descriptor on photo.jpg; the rows of o.txt.
 std::vector<std::vector<double>> Dense(const TempDir& dir, const std::string& name, int* length,
                                        std::vector<std::string> more = {})
@@ -64,7 +59,7 @@ const char* const sRegionNames[] = {"rgbhistogram", "opponenthistogram",     "nr
 TEST(RegionDescriptorCli, HistogramsHaveTheirLengthsAndUnitPlanes)
 {
     TempDir dir;
-    WriteImage(dir, "photo.jpg", 100, 80, 3);
+    WriteJpegPhoto(dir.File("photo.jpg"), 100, 80, 3);
     int length = 0;
     std::vector<std::vector<double>> rgb = Dense(dir, "rgbhistogram", &length);
     ASSERT_EQ(length, 45);
@@ -118,7 +113,7 @@ TEST(RegionDescriptorCli, TinyImagesAndFarPointsEndWithAStatus)
     const int sizes[][2] = {{1, 1}, {1, 300}, {700, 12}};
     for (const auto& size : sizes)
     {
-        WriteImage(dir, "tiny.jpg", size[0], size[1], 5);
+        WriteJpegPhoto(dir.File("tiny.jpg"), size[0], size[1], 5);
         for (const char* name : sRegionNames)
         {
             const std::string where = std::to_string(size[0]) + "x" + std::to_string(size[1]) + " " + name;

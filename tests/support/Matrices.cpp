@@ -1,6 +1,7 @@
 #include "support/Matrices.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "core/matrix/MatCreate.h"
 
@@ -25,6 +26,20 @@ MatrixPtr RandomMatrix(int rows, int cols, unsigned seed)
         m->mData[i] = ((state >> 8) & 0xffff) / 32768.0 - 1.0;
     }
     return m;
+}
+
+std::vector<double> RowValues(const Tavlin::Core::Array::Array2dReal64& m, long long r)
+{
+    const double* v = m.mData + r * m.mWidth;
+    return std::vector<double>(v, v + m.mWidth);
+}
+
+double RowNorm(const Tavlin::Core::Array::Array2dReal64& m, long long r)
+{
+    double sum = 0.0;
+    for (double x : RowValues(m, r))
+        sum += x * x;
+    return std::sqrt(sum);
 }
 
 } // namespace TestSupport

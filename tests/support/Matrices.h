@@ -19,6 +19,10 @@ MatrixPtr MatrixOf(int rows, int cols, const std::vector<double>& values = {});
 
 MatrixPtr RandomMatrix(int rows, int cols, unsigned seed);
 
+// Row r of a borderless matrix as values, and its Euclidean length.
+std::vector<double> RowValues(const Tavlin::Core::Array::Array2dReal64& m, long long r);
+double RowNorm(const Tavlin::Core::Array::Array2dReal64& m, long long r);
+
 } // namespace TestSupport
 
 #endif

@@ -4,13 +4,15 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
-#include "core/matrix/MatCreate.h"
+#include "support/Matrices.h"
 
 using namespace Tavlin::Core::Array;
 using Tavlin::Core::Geometry::GeoIntLinear;
 using Tavlin::Core::Geometry::GeoIntNearest;
-using Tavlin::Core::Matrix::MatCreate;
+using TestSupport::MatrixOf;
+using TestSupport::MatrixPtr;
 
 namespace
 {
@@ -27,20 +29,13 @@ Array2dUInt8* MakeSource()
     return src;
 }
 
-Array2dReal64* Matrix(int rows, int cols, const double* values)
+PlanePtr Warp(const Array2dUInt8* src, const std::vector<double>& matrix, bool isForward,
+              Tavlin::Core::Geometry::GeoIntType interpolation, bool adjustSize, double background = -1.0)
 {
-    Array2dReal64* m = MatCreate<Array2dReal64>(rows, cols);
-    for (int i = 0; i < rows * cols; ++i)
-        m->Data()[i] = values[i];
-    return m;
-}
-
-PlanePtr Warp(const Array2dUInt8* src, Array2dReal64* matrix, bool isForward,
-              Tavlin::Core::Geometry::GeoIntType interpolation, bool adjustSize)
-{
+    MatrixPtr m = MatrixOf(matrix.size() == 9 ? 3 : 2, 3, matrix);
     Array2dReal64* dst = nullptr;
-    Pattern::PatGeometricOp<Array2dReal64, const Array2dUInt8>(dst, src, matrix, isForward, interpolation,
-                                                               adjustSize, -1.0);
+    Pattern::PatGeometricOp<Array2dReal64, const Array2dUInt8>(dst, src, m.get(), isForward, interpolation,
+                                                               adjustSize, background);
     return PlanePtr(dst);
 }
 
@@ -49,12 +44,11 @@ PlanePtr Warp(const Array2dUInt8* src, Array2dReal64* matrix, bool isForward,
 TEST(PatGeometricOp, DoublingByHandNearestAndBilinear)
 {
     std::unique_ptr<Array2dUInt8> src(MakeSource());
-    const double doubling[9] = {2, 0, 0, 0, 2, 0, 0, 0, 1};
-    std::unique_ptr<Array2dReal64> m(Matrix(3, 3, doubling));
+    const std::vector<double> doubling = {2, 0, 0, 0, 2, 0, 0, 0, 1};
 
     // Destination x samples source x / 2. Nearest reaches up to x / 2 < 2.5, bilinear
     // only up to x / 2 < 2; beyond that the background -1.
-    PlanePtr nearest(Warp(src.get(), m.get(), true, GeoIntNearest, true));
+    PlanePtr nearest(Warp(src.get(), doubling, true, GeoIntNearest, true));
     ASSERT_EQ(6, nearest->mWidth);
     ASSERT_EQ(6, nearest->mHeight);
     EXPECT_EQ(1, nearest->mBorderWidth);
@@ -66,7 +60,7 @@ TEST(PatGeometricOp, DoublingByHandNearestAndBilinear)
             EXPECT_EQ(expected, *nearest->PixelPtr(x, y)) << x << "," << y;
         }
 
-    PlanePtr linear(Warp(src.get(), m.get(), true, GeoIntLinear, true));
+    PlanePtr linear(Warp(src.get(), doubling, true, GeoIntLinear, true));
     const double linCol[6] = {0.0, 0.5, 1.0, 1.5, -1, -1};
     for (int y = 0; y < 6; ++y)
         for (int x = 0; x < 6; ++x)
@@ -84,9 +78,7 @@ TEST(PatGeometricOp, BilinearMixesAllFourNeighbours)
     *src.PixelPtr(0, 1) = 40;
     *src.PixelPtr(1, 1) = 200;
     // Destination to source: x -> 0.25 x, y -> 0.5 y; pixel (1, 1) samples (0.25, 0.5).
-    const double shrink[9] = {0.25, 0, 0, 0, 0.5, 0, 0, 0, 1};
-    std::unique_ptr<Array2dReal64> m(Matrix(3, 3, shrink));
-    PlanePtr out(Warp(&src, m.get(), false, GeoIntLinear, false));
+    PlanePtr out(Warp(&src, {0.25, 0, 0, 0, 0.5, 0, 0, 0, 1}, false, GeoIntLinear, false));
     ASSERT_EQ(2, out->mWidth);
     const double top = 0 + 0.25 * 100, bottom = 40 + 0.25 * 160;
     EXPECT_DOUBLE_EQ(top + 0.5 * (bottom - top), *out->PixelPtr(1, 1));
@@ -96,14 +88,10 @@ TEST(PatGeometricOp, BilinearMixesAllFourNeighbours)
 TEST(PatGeometricOp, InverseMatrixWithIsForwardFalseGivesTheSameResult)
 {
     std::unique_ptr<Array2dUInt8> src(MakeSource());
-    const double forward[9] = {2, 0, 0, 0, 4, 0, 0, 0, 1};
-    const double backward[9] = {0.5, 0, 0, 0, 0.25, 0, 0, 0, 1};
-    std::unique_ptr<Array2dReal64> f(Matrix(3, 3, forward));
-    std::unique_ptr<Array2dReal64> b(Matrix(3, 3, backward));
     for (auto interpolation : {GeoIntNearest, GeoIntLinear})
     {
-        PlanePtr one(Warp(src.get(), f.get(), true, interpolation, true));
-        PlanePtr two(Warp(src.get(), b.get(), false, interpolation, true));
+        PlanePtr one(Warp(src.get(), {2, 0, 0, 0, 4, 0, 0, 0, 1}, true, interpolation, true));
+        PlanePtr two(Warp(src.get(), {0.5, 0, 0, 0, 0.25, 0, 0, 0, 1}, false, interpolation, true));
         ASSERT_EQ(6, one->mWidth);
         ASSERT_EQ(12, one->mHeight);
         ASSERT_EQ(6, two->mWidth);
@@ -117,8 +105,7 @@ TEST(PatGeometricOp, InverseMatrixWithIsForwardFalseGivesTheSameResult)
 TEST(PatGeometricOp, KeepsTheSizeOfAGivenResultWithoutAdjustment)
 {
     std::unique_ptr<Array2dUInt8> src(MakeSource());
-    const double identity[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
-    std::unique_ptr<Array2dReal64> m(Matrix(3, 3, identity));
+    MatrixPtr m = MatrixOf(3, 3, {1, 0, 0, 0, 1, 0, 0, 0, 1});
     Array2dReal64* dst = new Array2dReal64(5, 4, 0, 0);
     Array2dReal64* given = dst;
     Pattern::PatGeometricOp<Array2dReal64, const Array2dUInt8>(dst, src.get(), m.get(), true, GeoIntNearest, false,
@@ -133,10 +120,8 @@ TEST(PatGeometricOp, KeepsTheSizeOfAGivenResultWithoutAdjustment)
 TEST(PatGeometricOp, RefusesAMatrixThatIsNot3x3)
 {
     std::unique_ptr<Array2dUInt8> src(MakeSource());
-    const double values[6] = {1, 0, 0, 0, 1, 0};
-    std::unique_ptr<Array2dReal64> m(Matrix(2, 3, values));
     testing::internal::CaptureStdout();
-    PlanePtr out(Warp(src.get(), m.get(), true, GeoIntLinear, true));
+    PlanePtr out(Warp(src.get(), {1, 0, 0, 0, 1, 0}, true, GeoIntLinear, true));
     const std::string printed = testing::internal::GetCapturedStdout();
     EXPECT_EQ("PatGeometricOp: matrix needs to be 3x3\n", printed);
     EXPECT_FALSE(out);
@@ -148,11 +133,7 @@ TEST(PatGeometricOp, WidthSixToTwelveLeavesTheLastTwoColumnsAtBackground)
     for (long long y = 0; y < 4; ++y)
         for (long long x = 0; x < 6; ++x)
             *src.PixelPtr(x, y) = 200;
-    const double stretch[9] = {2, 0, 0, 0, 1, 0, 0, 0, 1};
-    std::unique_ptr<Array2dReal64> m(Matrix(3, 3, stretch));
-    Array2dReal64* dst = nullptr;
-    Pattern::PatGeometricOp<Array2dReal64, const Array2dUInt8>(dst, &src, m.get(), true, GeoIntLinear, true, 0.0);
-    PlanePtr out(dst);
+    PlanePtr out(Warp(&src, {2, 0, 0, 0, 1, 0, 0, 0, 1}, true, GeoIntLinear, true, 0.0));
     ASSERT_EQ(12, out->mWidth);
     ASSERT_EQ(4, out->mHeight);
     for (long long x = 0; x < 12; ++x)

@@ -12,6 +12,7 @@
 #include "support/LogCapture.h"
 #include "support/MemoryBuffer.h"
 #include "support/SyntheticImage.h"
+#include "support/TableFiles.h"
 #include "support/TestSupport.h"
 
 using namespace Tavlin::Core::Array;
@@ -38,12 +39,6 @@ public:
 Array2dReal64* MakeReal(long long width, long long height, long long border = 0)
 {
     return MakePlane(width, height, border, [](long long x, long long y) { return (y * 1000 + x) * 0.25 - 3.0; });
-}
-
-template <class T, size_t N>
-std::string BytesOf(const T (&values)[N])
-{
-    return std::string(reinterpret_cast<const char*>(values), sizeof values);
 }
 
 std::unique_ptr<IOBuffer> RawFile(const std::string& header, const std::string& payload = "")
@@ -168,25 +163,24 @@ TEST(RawArrayWrite, CodebookBlockMovesInOneCall)
 
 TEST(RawArrayRead, OtherTypesCountsAndTextPayloads)
 {
-    const unsigned char rgb[12] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 255};
     std::unique_ptr<Array2dVec3UInt8> pixels = Read<Array2dVec3UInt8>(
-        RawFile("version: 1, binary: 1, type: uint8, elemSize: 3, width: 2, height: 2, nr: 1", BytesOf(rgb)).get());
+        RawFile("version: 1, binary: 1, type: uint8, elemSize: 3, width: 2, height: 2, nr: 1",
+                "\1\2\3\4\5\6\7\10\11\12\13\377").get());
     ASSERT_TRUE(pixels);
     EXPECT_EQ(pixels->PixelPtr(1, 1)[2], 255);
     EXPECT_EQ(pixels->PixelPtr(0, 1)[0], 7);
 
     // Version 3 with 0 lines per chunk is plain.
-    const unsigned long long words[2] = {1ULL << 40, ~0ULL};
     std::unique_ptr<Array2dUInt64> values = Read<Array2dUInt64>(
-        RawFile("version: 3, binary: 1, type: uint64, elemSize: 1, width: 2, height: 1, nr: 1, zlib: 0", BytesOf(words))
+        RawFile("version: 3, binary: 1, type: uint64, elemSize: 1, width: 2, height: 1, nr: 1, zlib: 0",
+                BytesOf(std::vector<uint64_t>{1ULL << 40, ~0ULL}))
             .get());
     ASSERT_TRUE(values);
     EXPECT_EQ(values->mData[1], ~0ULL);
 
     // nr 3: ReadRaw keeps the last, ReadRawList gives all, reusing what the list has.
-    const double three[6] = {1, 2, 3, 4, 5, 6};
-    std::unique_ptr<IOBuffer> list =
-        RawFile("version: 1, binary: 1, type: real64, elemSize: 1, width: 2, height: 1, nr: 3", BytesOf(three));
+    const std::string threeHeader = "version: 1, binary: 1, type: real64, elemSize: 1, width: 2, height: 1, nr: 3";
+    std::unique_ptr<IOBuffer> list = RawFile(threeHeader, BytesOf(std::vector<double>{1, 2, 3, 4, 5, 6}));
     std::unique_ptr<Array2dReal64> last = Read<Array2dReal64>(list.get());
     ASSERT_TRUE(last);
     EXPECT_EQ(last->mData[0], 5);
@@ -298,9 +292,9 @@ TEST(RawArrayRead, TruncatedAndImplausiblePayloadsAreReported)
     EXPECT_EQ(*Read<Array2dReal64>(MemoryBufferOf(cases[0].bytes).get())->PixelPtr(5, 3), *source->PixelPtr(5, 3));
 
     // A count no buffer can hold.
-    const double two[2] = {1, 2};
     LogCapture listLog("Tavlin.Core.Array.ReadRawList");
-    std::unique_ptr<IOBuffer> many = RawFile(real + "width: 2, height: 1, nr: 1000000000000", BytesOf(two));
+    std::unique_ptr<IOBuffer> many =
+        RawFile(real + "width: 2, height: 1, nr: 1000000000000", BytesOf(std::vector<double>{1, 2}));
     Owned<Array2dReal64> list;
     ReadRawList(list.p, many.get());
     ASSERT_EQ(list.p.size(), 2u);

@@ -11,6 +11,7 @@
 
 #include "core/matrix/MatCreate.h"
 #include "support/LogCapture.h"
+#include "support/MemoryBuffer.h"
 #include "support/TestSupport.h"
 #include "util/IOBuffer.h"
 #include "util/IOBufferFile.h"
@@ -63,10 +64,7 @@ std::string Write(Format format, Array2dReal64* points, Array2dReal64* descripto
         EXPECT_TRUE(WriteVESK1ToBuffer(&buffer, points, descriptors, type.empty() ? "CIRCLE" : type));
     else
         EXPECT_TRUE(WriteBINDESC1ToBuffer(&buffer, points, descriptors, type.empty() ? "CIRCLE  " : type));
-    std::string bytes(static_cast<size_t>(buffer.GetPosition()), '\0');
-    buffer.Rewind();
-    buffer.Read(&bytes[0], static_cast<int64_t>(bytes.size()));
-    return bytes;
+    return TestSupport::BufferBytes(buffer, 0, buffer.GetPosition());
 }
 
 struct ReadResult
@@ -79,15 +77,13 @@ struct ReadResult
 
 ReadResult Read(const std::string& bytes, bool readPoints = true, bool readDescriptors = true)
 {
-    IOBuffer buffer(static_cast<int64_t>(bytes.size()));
-    buffer.Write(bytes.data(), static_cast<int64_t>(bytes.size()));
-    buffer.Rewind();
+    std::unique_ptr<IOBuffer> buffer = TestSupport::MemoryBufferOf(bytes);
     Array2dReal64* points = nullptr;
     Array2dReal64* descriptors = nullptr;
     ReadResult result;
     try
     {
-        result.type = ReadBINDESC1FromBuffer(points, descriptors, &buffer, readPoints, readDescriptors);
+        result.type = ReadBINDESC1FromBuffer(points, descriptors, buffer.get(), readPoints, readDescriptors);
     }
     catch (const char* text)
     {

@@ -114,26 +114,50 @@ struct ReadSpans
     }
 };
 
+// The central difference (-0.5, 0, 0.5) of three samples, with its sum taken as the
+// three-tap filter takes it: from 0.0, tap by tap.
+inline double CentralDifference(double before, double at, double after)
+{
+    double sum = 0.0;
+    sum += -0.5 * before;
+    sum += 0.0 * at;
+    sum += 0.5 * after;
+    return sum;
+}
+
 // Magnitude and orientation of the gradient of `channel` smoothed at `sigma`, where
-// `spans` says they are read.
+// `spans` says they are read. The differences of the two smoothed planes are taken
+// there only, the mirrored edge repeating the edge pixel.
 void LevelGradients(Array2dReal64* channel, double sigma, Array2dReal64* magnitude, Array2dReal64* angle,
                     const ReadSpans& spans)
 {
-    Array2dReal64* dxRaw = nullptr;
-    Array2dReal64* dyRaw = nullptr;
-    Array::RecGauss(dxRaw, channel, sigma, sigma, 1, 0, 3);
-    std::unique_ptr<Array2dReal64> dx(dxRaw);
-    Array::RecGauss(dyRaw, channel, sigma, sigma, 0, 1, 3);
-    std::unique_ptr<Array2dReal64> dy(dyRaw);
+    std::unique_ptr<Array2dReal64> sx(Array::RecGaussSmoothing(channel, sigma, sigma, 1, 0, 3));
+    std::unique_ptr<Array2dReal64> sy(Array::RecGaussSmoothing(channel, sigma, sigma, 0, 1, 3));
     const long long width = channel->mWidth;
-    for (long long y = 0; y < channel->mHeight; ++y)
+    const long long height = channel->mHeight;
+    std::vector<double> gxRow(static_cast<size_t>(width));
+    std::vector<double> gyRow(static_cast<size_t>(width));
+    double* gx = gxRow.data();
+    double* gy = gyRow.data();
+    for (long long y = 0; y < height; ++y)
     {
-        const double* gx = dx->PixelPtr(0, y);
-        const double* gy = dy->PixelPtr(0, y);
-        double* m = magnitude->PixelPtr(0, y);
-        double* a = angle->PixelPtr(0, y);
         const long long x0 = spans.first[y];
         const long long x1 = std::min(spans.last[y] + 1, width);
+        if (x0 >= x1)
+            continue;
+        const double* h = sx->PixelPtr(0, y);
+        const double* above = sy->PixelPtr(0, y > 0 ? y - 1 : 0);
+        const double* at = sy->PixelPtr(0, y);
+        const double* below = sy->PixelPtr(0, y + 1 < height ? y + 1 : height - 1);
+        for (long long x = x0; x < x1; ++x)
+        {
+            const long long left = x > 0 ? x - 1 : 0;
+            const long long right = x + 1 < width ? x + 1 : width - 1;
+            gx[x] = CentralDifference(h[left], h[x], h[right]);
+            gy[x] = CentralDifference(above[x], at[x], below[x]);
+        }
+        double* m = magnitude->PixelPtr(0, y);
+        double* a = angle->PixelPtr(0, y);
         for (long long x = x0; x < x1; ++x)
             m[x] = std::sqrt(gx[x] * gx[x] + gy[x] * gy[x]);
         for (long long x = x0; x < x1; ++x)
