@@ -95,13 +95,10 @@ TEST(PipelineDense, WritesTheStaggeredGridInBothFormatsAndShiftsByTheBorder)
     EXPECT_EQ(Status(dir, {"photo.jpg", "--detector", "nosuch", "--exitOnErrorLogged"}), 42);
 
     // Refused also without points.
-    for (std::string name : {"nosuchdescriptor"})
-    {
-        auto bad = RunLumisk({"photo.jpg", "--detector", "none", "--descriptor", name}, dir.Path());
-        EXPECT_EQ(bad.status, 1) << name;
-        EXPECT_NE(bad.out.find("[ERROR] Invalid descriptor name"), std::string::npos) << name;
-        EXPECT_NE(bad.err.find("[ERROR] Invalid descriptor name: " + name), std::string::npos) << name;
-    }
+    auto bad = RunLumisk({"photo.jpg", "--detector", "none", "--descriptor", "nosuchdescriptor"}, dir.Path());
+    EXPECT_EQ(bad.status, 1);
+    EXPECT_TRUE(Has(bad.out, "[ERROR] Invalid descriptor name"));
+    EXPECT_TRUE(Has(bad.err, "[ERROR] Invalid descriptor name: nosuchdescriptor"));
 }
 
 TEST(PipelineRegions, LoadedRegionsAreCopiedUnchanged)

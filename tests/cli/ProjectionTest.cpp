@@ -173,7 +173,6 @@ TEST_F(Projection, ModesAndSelectorsAreCheckedBeforeAnyImage)
         EXPECT_EQ(refused.status, 1) << mode;
         EXPECT_TRUE(Has(refused.out, "ERROR")) << mode;
     }
-    EXPECT_TRUE(Has(setup({"--codebookMode", "kdhard"}).out, "Option not compiled in: kdhard"));
 
     // The statistics stored beside the codebook under its name: lower ends, upper ends,
     // deviations. With them the histogram modes run and give unit rows.

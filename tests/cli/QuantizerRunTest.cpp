@@ -11,6 +11,7 @@
 
 #include "core/array/WriteRaw.h"
 #include "core/feature/codebook/RandomTree.h"
+#include "support/CodebookFeatures.h"
 #include "support/DescriptorFiles.h"
 #include "support/Matrices.h"
 #include "support/PhotoRuns.h"
@@ -77,6 +78,16 @@ std::vector<RandomTree*> MakeForest(const DescriptorFile& points)
                            new RandomTree(4))};
 }
 
+// The forest as a table file.
+std::string ForestFile(const std::vector<RandomTree*>& forest)
+{
+    RandomTreeTable table;
+    for (RandomTree* tree : forest)
+        Write(tree, &table);
+    std::unique_ptr<FeatureTable> features(MakeFeatureTable(&table));
+    return TableFileOf(*features);
+}
+
 } // namespace
 
 TEST_F(QuantizerRun, ClosestWord5WritesEachPointWithItsFiveNearestWords)
@@ -131,11 +142,7 @@ TEST_F(QuantizerRun, ClosestWord5WritesEachPointWithItsFiveNearestWords)
 TEST_F(QuantizerRun, ForestRowsCountTheLeavesOfEveryTreeAndSumToOne)
 {
     std::vector<RandomTree*> forest = MakeForest(points);
-    RandomTreeTable table;
-    for (RandomTree* tree : forest)
-        Write(tree, &table);
-    std::unique_ptr<FeatureTable> features(MakeFeatureTable(&table));
-    WriteTextFile(dir.File("forest.tab"), TableFileOf(*features));
+    WriteTextFile(dir.File("forest.tab"), ForestFile(forest));
 
     RunResult run = Run({"--codebook", "forest.tab", "--codebookMode", "forest", "--pointSelector", "pyramid-1x1-2x2"});
     ASSERT_EQ(run.status, 0) << run.out;
@@ -182,27 +189,15 @@ TEST_F(QuantizerRun, UnusableCodebooksEndTheRunBeforeAnyImage)
     };
 
     // A forest table whose second tree lacks its right subtree.
-    RandomTreeTable cut(3);
-    const int cw[] = {0, -1, 1};
-    for (int i = 0; i < 3; ++i)
-    {
-        cut.mColumn1.mData[i] = cw[i];
-        cut.mColumn2.mData[i] = cw[i] < 0 ? 3 : -1;
-        cut.mColumn3.mData[i] = cw[i] < 0 ? 0.5 : -1.0;
-    }
-    cut.SetSize(3);
-    std::unique_ptr<FeatureTable> cutFeatures(MakeFeatureTable(&cut));
-    WriteTextFile(dir.File("cut.tab"), TableFileOf(*cutFeatures));
+    std::unique_ptr<FeatureTable> cut(
+        MakeFeatureTable(ForestTable({{0, -1, -1.0}, {-1, 3, 0.5}, {1, -1, -1.0}}).get()));
+    WriteTextFile(dir.File("cut.tab"), TableFileOf(*cut));
     refused({"--codebook", "cut.tab", "--codebookMode", "forest"}, "parse error in Read(RandomTreeTable*,int)");
 
     // Empty, truncated and garbage files.
     std::vector<RandomTree*> forest = MakeForest(points);
-    RandomTreeTable table;
-    for (RandomTree* tree : forest)
-        Write(tree, &table);
+    const std::string whole = ForestFile(forest);
     DeleteForest(forest);
-    std::unique_ptr<FeatureTable> features(MakeFeatureTable(&table));
-    const std::string whole = TableFileOf(*features);
     WriteTextFile(dir.File("empty.tab"), "");
     WriteTextFile(dir.File("short.tab"), whole.substr(0, whole.size() - 40));
     std::string garbage;

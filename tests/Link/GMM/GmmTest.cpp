@@ -374,3 +374,66 @@ TEST(GaussianMixture, PrintsParametersAndModel)
               "  variance_floor = 1e-09\n  variance_floor_factor = 0.01\n");
     EXPECT_DEATH(g.print(false, false, false), "print_coef \\|\\| print_mean \\|\\| print_var");
 }
+
+TEST(GaussianMixture, ModelFilesWithoutPositiveWeightsOrVariancesAreRefused)
+{
+    TestSupport::TempDir dir;
+    auto load = [&](const std::string& bytes, bool asDouble, std::string& messages) {
+        const std::string p = dir.File("model.gmm");
+        TestSupport::WriteTextFile(p, bytes);
+        testing::internal::CaptureStderr();
+        int status;
+        int ngauss;
+        if (asDouble)
+        {
+            gaussian_mixture<double> d(2, 2);
+            status = d.load(p.c_str());
+            ngauss = d.n_gauss();
+        }
+        else
+        {
+            gaussian_mixture<float> f(2, 2);
+            status = f.load(p.c_str());
+            ngauss = f.n_gauss();
+        }
+        messages = testing::internal::GetCapturedStderr();
+        return status == 0 ? ngauss : -1;
+    };
+    auto model = [](int32_t ngauss, int32_t ndim, const std::vector<double>& values) {
+        std::string bytes(reinterpret_cast<char*>(&ngauss), 4);
+        bytes.append(reinterpret_cast<char*>(&ndim), 4);
+        bytes.append(reinterpret_cast<const char*>(values.data()), values.size() * sizeof(double));
+        return bytes;
+    };
+    std::string messages;
+    // coef, means, variances per Gaussian.
+    EXPECT_EQ(load(model(2, 1, {0.5, 0, 1, 0.5, 1, 2}), true, messages), 2);
+    EXPECT_EQ(messages, "");
+    const std::vector<std::vector<double>> bad = {{0.5, 0, 0, 0.5, 1, 2},   {0.5, 0, 1, 0.5, 1, -2},
+                                                  {0.0, 0, 1, 1.0, 1, 2},   {-0.5, 0, 1, 1.5, 1, 2},
+                                                  {0.5, 0, NAN, 0.5, 1, 2}, {0.5, INFINITY, 1, 0.5, 1, 2},
+                                                  {0.5, 0, 1, INFINITY, 1, 2}};
+    for (const std::vector<double>& values : bad)
+    {
+        EXPECT_EQ(load(model(2, 1, values), true, messages), -1) << values[0] << " " << values[2];
+        EXPECT_NE(messages.find("weights and variances must be positive numbers"), std::string::npos) << messages;
+    }
+
+    // Found by fuzzing, the first byte choosing the element width (odd: double): a float
+    // model whose first Gaussian has variance 0, and a double model of no Gaussians in
+    // 84475904 dimensions, which took seconds and hundreds of megabytes to set up.
+    const std::string found = std::string(LUMISK_TEST_DATA) + "/fuzz/GaussianMixtureFuzz/";
+    const std::string zeroVariance = TestSupport::ReadTextFile(found + "zero-variance");
+    ASSERT_GT(zeroVariance.size(), 9u);
+    EXPECT_EQ(zeroVariance[0] % 2, 0);
+    EXPECT_EQ(load(zeroVariance.substr(1), false, messages), -1);
+    EXPECT_NE(messages.find("weights and variances must be positive numbers"), std::string::npos) << messages;
+    const std::string noGaussians = TestSupport::ReadTextFile(found + "dimensions-without-gaussians");
+    ASSERT_EQ(noGaussians.size(), 9u);
+    EXPECT_EQ(noGaussians[0] % 2, 1);
+    EXPECT_EQ(load(noGaussians.substr(1), true, messages), -1);
+    EXPECT_NE(messages.find("dimensions without Gaussians"), std::string::npos) << messages;
+    // The empty model is still one.
+    EXPECT_EQ(load(model(0, 0, {}), true, messages), 0);
+    EXPECT_EQ(messages, "");
+}

@@ -110,14 +110,10 @@ private:
 
     // Per pixel of a level, the orientation bin o0 and fraction fo at orientation 0,
     // which is what every detector writes; o0 is -1 where the fraction is out of range.
-    // `complete`: no pixel read has such a bin; `finite`: no magnitude read is infinite
-    // or not a number.
     struct OrientationPlanes
     {
         std::vector<int32_t> o0;
         std::vector<double> fo;
-        bool complete = true;
-        bool finite = true;
         // A band of image rows bandFirst .. bandFirst + bandRows - 1 with the bins spread
         // out: eight values a pixel, 1 - fo in bin o0, fo in bin o0 + 1 and 0 in the others.
         // It moves down with the points; bandCapacity is 0 when the level has no band.
@@ -134,6 +130,10 @@ private:
     void AccumulateAtZero(double* row, const Footprint& footprint, Array::Array2dReal64* magnitude,
                           OrientationPlanes& planes, long long ix, long long iy) const;
     double NormFactor(const double* row) const;
+    // Normalise for `count` rows (at most NormaliseBatch), and their norm factors.
+    static constexpr int NormaliseBatch = 4;
+    void NormaliseRows(double* const* rows, int count) const;
+    void NormFactors(double* const* rows, int count, double* factors) const;
 };
 
 extern template class FISTDescriptor<4, 8>;
