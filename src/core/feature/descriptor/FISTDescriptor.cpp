@@ -6,6 +6,7 @@
 #include <iostream>
 #include <memory>
 #include <string>
+#include <tuple>
 
 #include "basis/CpuFeatures.h"
 #include "basis/Report.h"
@@ -35,9 +36,10 @@ const double kTwoPi = 6.283185308;
 const double kClip = 0.20000000298023224;
 // Distinct footprints kept per ladder level; points of one level rarely have more.
 const int kFootprintCacheSize = 4;
-// Rows a band of spread bins holds beyond the tallest footprint of its level, and the
-// most pixels it may hold (eight doubles each).
-const long long kBandSlack = 40;
+// Rows a band of spread bins holds above and below the tallest footprint of its level,
+// and the most pixels it may hold (eight doubles each). Points come in bands of rows,
+// so their windows go up and down a little while they move down the image.
+const long long kBandSlack = 48;
 const long long kBandPixels = 1LL << 18;
 // Angles are brought into one turn by repeated subtraction, whose cost grows with the
 // orientation: points turned further than this (or not a number) are refused.
@@ -452,6 +454,7 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
     std::vector<Footprint> cache(kFootprintCacheSize);
     OrientationPlanes planes;
     ReadSpans spans;
+    std::vector<std::tuple<long long, long long, int>> usable; // band of rows, column, table row
     double* rows = result->mData;
     // Rows are normalised a few at a time, which lets their sums overlap.
     double* pending[NormaliseBatch];
@@ -479,27 +482,26 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
             nextSlot = (nextSlot + 1) % kFootprintCacheSize;
             return made;
         };
-        // Gradients are needed where some footprint has a tap. A band of spread bins
-        // pays when the points go down the image row by row.
+        // Gradients are needed where some footprint has a tap. The usable points are
+        // then taken in bands of rows, left to right, so that the footprints of one
+        // point after another overlap in the cache.
         bool anyAtZero = false;
-        bool downwards = true;
-        long long lastRow = -1;
         long long tallest = 0;
+        usable.clear();
         for (int n = levelStart[level]; n < levelStart[level + 1]; ++n)
         {
             const int k = order[n];
-            if (!PointInRange(orientations[k], xs[k], ys[k]))
+            if (!PointUsable(orientations[k], k, xs[k], ys[k]))
                 continue;
             const long long ix = static_cast<int32_t>(xs[k] + 0.5);
             const long long iy = static_cast<int32_t>(ys[k] + 0.5);
+            usable.push_back({iy >> 5, ix, k});
             const Footprint& f = footprintOf(scales[k], xs[k] - ix, ys[k] - iy, orientations[k]);
             if (!f.taps.empty())
                 spans.AddRectangle(ix + f.minJ, ix + f.maxJ, iy + f.minI, iy + f.maxI);
             if (orientations[k] == 0.0 && !std::signbit(orientations[k]))
             {
                 anyAtZero = true;
-                downwards = downwards && iy >= lastRow;
-                lastRow = iy;
                 tallest = std::max<long long>(tallest, f.maxI - f.minI + 1);
             }
         }
@@ -513,20 +515,19 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
                                          anyAtZero ? planes.fo.data() : nullptr);
         planes.bandRows = 0;
         planes.bandCapacity = 0;
-        const long long capacity = std::min<long long>(tallest + kBandSlack, channel->mHeight);
-        if (OrientationBinsT == 8 && anyAtZero && downwards && CpuHasAvx2() &&
-            capacity * channel->mWidth <= kBandPixels && LevelIsPlain(planes.o0.data(), magnitude.get(), spans))
+        const long long capacity = std::min<long long>(tallest + 2 * kBandSlack, channel->mHeight);
+        if (OrientationBinsT == 8 && anyAtZero && CpuHasAvx2() && capacity * channel->mWidth <= kBandPixels &&
+            LevelIsPlain(planes.o0.data(), magnitude.get(), spans))
         {
             planes.bandCapacity = capacity;
             planes.spread.resize(static_cast<size_t>(capacity * channel->mWidth * 8));
         }
-        for (int n = levelStart[level]; n < levelStart[level + 1]; ++n)
+        std::sort(usable.begin(), usable.end());
+        for (const std::tuple<long long, long long, int>& u : usable)
         {
-            const int k = order[n];
+            const int k = std::get<2>(u);
             const double scale = scales[k];
             const double orientation = orientations[k];
-            if (!PointUsable(orientation, k, xs[k], ys[k]))
-                continue;
             const long long ix = static_cast<int32_t>(xs[k] + 0.5);
             const long long iy = static_cast<int32_t>(ys[k] + 0.5);
             const Footprint* footprint = &footprintOf(scale, xs[k] - ix, ys[k] - iy, orientation);
@@ -734,8 +735,10 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::AccumulateAtZero(double* ro
     {
         if (top < planes.bandFirst || bottom >= planes.bandFirst + planes.bandRows)
         {
-            planes.bandFirst = top;
-            planes.bandRows = std::min(planes.bandCapacity, height - top);
+            // Some rows above the window too, for the next points' windows a little higher.
+            planes.bandFirst = std::max<long long>(
+                std::min(top - kBandSlack / 2, height - planes.bandCapacity), 0);
+            planes.bandRows = std::min(planes.bandCapacity, height - planes.bandFirst);
             SpreadBins(planes.spread.data(), planes.o0.data(), planes.fo.data(), width, planes.bandFirst,
                        planes.bandRows);
         }
