@@ -1,7 +1,6 @@
 #include "core/array/LaplacianAtPoints.h"
 
 #include <cmath>
-#include <vector>
 
 #if defined(__x86_64__)
 #include <immintrin.h>
@@ -165,13 +164,14 @@ TAVLIN_TARGET_AVX2 inline void Transpose4(const double* const* p, long long m, _
 }
 
 // The same sums when the columns are adjacent (no mirrored edge, one value per pixel):
-// twelve rows at a time, in three groups of four lanes, their columns turned into lanes
-// by in-register transposes instead of gathers. The three groups keep three chains
-// of additions going at once.
-TAVLIN_TARGET_AVX2 void RowSumsAdjacentAvx2(const double* const* rows, long long ny, long long column0, long long nx,
-                                            const double* ka, const double* kb, double* tA, double* tB)
+// 4 kGroups rows at a time, in groups of four lanes, their columns turned into lanes by
+// in-register transposes instead of gathers; several groups keep several chains of
+// additions going at once. Returns the number of rows done.
+template <int kGroups>
+TAVLIN_TARGET_AVX2 inline long long RowSumsAdjacentGroups(const double* const* rows, long long ny, long long column0,
+                                                          long long nx, const double* ka, const double* kb,
+                                                          double* tA, double* tB)
 {
-    const int kGroups = 3;
     const long long body = nx - nx % 4;
     long long k = 0;
     for (; k + 4 * kGroups <= ny; k += 4 * kGroups)
@@ -217,10 +217,16 @@ TAVLIN_TARGET_AVX2 void RowSumsAdjacentAvx2(const double* const* rows, long long
             _mm256_storeu_pd(tB + k + 4 * g, b[g]);
         }
     }
-    std::vector<long long> columns(static_cast<size_t>(nx));
-    for (long long m = 0; m < nx; ++m)
-        columns[m] = column0 + m;
-    RowSumsAvx2(rows + k, ny - k, columns.data(), nx, ka, kb, tA + k, tB + k);
+    return k;
+}
+
+// columns: adjacent, from columns[0] on.
+TAVLIN_TARGET_AVX2 void RowSumsAdjacentAvx2(const double* const* rows, long long ny, const long long* columns,
+                                            long long nx, const double* ka, const double* kb, double* tA, double* tB)
+{
+    long long k = RowSumsAdjacentGroups<3>(rows, ny, columns[0], nx, ka, kb, tA, tB);
+    k += RowSumsAdjacentGroups<1>(rows + k, ny - k, columns[0], nx, ka, kb, tA + k, tB + k);
+    RowSumsPlain(rows + k, ny - k, columns, nx, ka, kb, tA + k, tB + k);
 }
 #endif
 
@@ -242,7 +248,7 @@ double LaplacianAtPoints<ArrayT>::PairAt(const View& v, long long y)
 #if defined(__x86_64__)
     const long long* columns = mColumns.data();
     if (CpuHasAvx2() && v.step == 1 && mColumnsAdjacent)
-        RowSumsAdjacentAvx2(rows, ny, columns[0], nx, mXX->PixelPtr(0, 0), mX0->PixelPtr(0, 0), tXX, tX0);
+        RowSumsAdjacentAvx2(rows, ny, columns, nx, mXX->PixelPtr(0, 0), mX0->PixelPtr(0, 0), tXX, tX0);
     else if (CpuHasAvx2())
         RowSumsAvx2(rows, ny, mColumns.data(), nx, mXX->PixelPtr(0, 0), mX0->PixelPtr(0, 0), tXX, tX0);
     else
