@@ -1,11 +1,13 @@
-# Thin wrapper over CMake: `make demo`, `make test`, `make bench`, `make install`.
+# Thin wrapper over CMake: `make demo`, `make test`, `make bench`, `make fuzz`, `make install`.
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
+FUZZ_BUILD ?= build-fuzz
+FUZZ_SECONDS ?= 30
 JOBS       ?= $(shell nproc)
 PREFIX     ?= /usr/local
 CMAKE_GEN  := -G Ninja
 
-.PHONY: all setup build demo test asan bench install package clean
+.PHONY: all setup build demo test asan bench fuzz install package clean
 
 all: build
 
@@ -35,6 +37,13 @@ bench: setup
 	cmake --build $(BUILD) -j $(JOBS)
 	bench/run $(BUILD)
 
+# The libFuzzer targets of fuzz/ (clang), each run FUZZ_SECONDS on its corpus; fails on any finding.
+fuzz:
+	@scripts/setup fuzz
+	CXX=clang++ cmake -S . -B $(FUZZ_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DLUMISK_FUZZ=ON
+	cmake --build $(FUZZ_BUILD) -j $(JOBS)
+	fuzz/run $(FUZZ_BUILD) $(FUZZ_SECONDS)
+
 # The programs and the Python module (when built) below PREFIX.
 install: build
 	cmake --install $(BUILD) --prefix $(PREFIX)
@@ -44,4 +53,4 @@ package: build
 	cd $(BUILD) && cpack -G DEB
 
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(FUZZ_BUILD)

@@ -17,25 +17,16 @@ class ErrorTest(unittest.TestCase):
         points, _ = lumisk.extract(SMALL, detector="densesampling", descriptor="rgbhistogram", ds_spacing=16)
         self.assertGreater(len(points), 0)
 
-    def test_unknown_descriptor(self):
-        with self.assertRaisesRegex(ValueError, "Invalid descriptor name"):
-            lumisk.extract(SMALL, descriptor="nosuchdescriptor")
-        self.assertStillWorks()
-
-    def test_unknown_detector(self):
-        with self.assertRaisesRegex(RuntimeError, "Unknown detector mode: nosuchdetector"):
-            lumisk.extract(SMALL, detector="nosuchdetector")
-        self.assertStillWorks()
-
-    def test_unknown_option(self):
-        with self.assertRaisesRegex(ValueError, "Unknown option --noSuchOption"):
-            lumisk.extract(SMALL, noSuchOption=3)
-        self.assertStillWorks()
-
-    def test_exit_on_error_is_never_taken(self):
-        with self.assertRaises(RuntimeError):
-            lumisk.extract(SMALL, detector="nosuchdetector", exitOnErrorLogged=True)
-        self.assertStillWorks()
+    def test_unknown_names_raise_and_exit_on_error_is_never_taken(self):
+        cases = [(ValueError, "Invalid descriptor name", dict(descriptor="nosuchdescriptor")),
+                 (RuntimeError, "Unknown detector mode: nosuchdetector", dict(detector="nosuchdetector")),
+                 (ValueError, "Unknown option --noSuchOption", dict(noSuchOption=3)),
+                 (RuntimeError, "", dict(detector="nosuchdetector", exitOnErrorLogged=True))]
+        for error, message, options in cases:
+            with self.subTest(options=options):
+                with self.assertRaisesRegex(error, message):
+                    lumisk.extract(SMALL, **options)
+                self.assertStillWorks()
 
     def test_wrong_shape_and_type(self):
         for bad in (SMALL[:, :, 0], SMALL[:, :, :2], SMALL.astype(np.float64), SMALL.astype(np.int32),

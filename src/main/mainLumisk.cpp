@@ -177,9 +177,10 @@ bool ParseShard(const std::string& text, size_t& shard, size_t& count)
 int RunLumisk(int argc, char** argv)
 {
     // Keep freed planes in the heap: handing them back to the system and faulting them
-    // in again on the next filter costs more than the filtering itself.
-    mallopt(M_MMAP_THRESHOLD, 64 << 20);
-    mallopt(M_TRIM_THRESHOLD, 256 << 20);
+    // in again on the next filter costs more than the filtering itself. A plane of a
+    // 12 MP image with its border is about 100 MB, so the limit is well above that.
+    mallopt(M_MMAP_THRESHOLD, 1 << 30);
+    mallopt(M_TRIM_THRESHOLD, 1 << 30);
 
     CmdOptions& options = CmdOptions::GetInstance();
     options.Initialise(false, false, false);

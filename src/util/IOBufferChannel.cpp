@@ -273,11 +273,11 @@ IOBuffer* ReadIOBufferFromChannel(Channel* channel, std::string fileName, std::s
     if (!channel || !OpenOnServer(channel, fileName, true, id, size) || size < 0)
         return nullptr;
     TLOG_DEBUG(sLogRead, fileName << ", id=" << id << ", size=" << size << " from " << channel->GetServerInfo());
-    // One byte more than the file for a memory target: the availability rule would
-    // otherwise drop its last byte.
-    std::unique_ptr<IOBuffer> target(tmpFileName.empty()
-                                         ? new IOBuffer(size + 1)
-                                         : new IOBufferFile(tmpFileName, false, false, false));
+    // A memory copy holds what arrived, never more than the size: the size is only the
+    // server's word, and memory for it is taken once the bytes are here.
+    std::string arrived;
+    std::unique_ptr<IOBuffer> target(tmpFileName.empty() ? nullptr
+                                                         : new IOBufferFile(tmpFileName, false, false, false));
     int64_t total = 0;
     while (total < size)
     {
@@ -285,15 +285,22 @@ IOBuffer* ReadIOBufferFromChannel(Channel* channel, std::string fileName, std::s
                                        std::to_string(Channel::sMaxBody));
         if (Failed(channel, length) || length == 0)
             break;
-        target->Write(channel->GetBody(), length);
+        if (target)
+            target->Write(channel->GetBody(), length);
+        else
+            arrived.append(channel->GetBody(), static_cast<size_t>(std::min<int64_t>(length, size - total)));
         total += length;
     }
     CloseOnServer(channel, id);
-    if (tmpFileName.empty())
+    if (!target)
     {
-        target->SetSize(size);
-        target->SetPosition(0);
-        return target.release();
+        // One byte more than the content: the availability rule would otherwise drop
+        // its last byte.
+        std::unique_ptr<IOBuffer> copy(new IOBuffer(static_cast<int64_t>(arrived.size()) + 1));
+        copy->Write(arrived.data(), static_cast<int64_t>(arrived.size()));
+        copy->SetSize(static_cast<int64_t>(arrived.size()));
+        copy->SetPosition(0);
+        return copy.release();
     }
     target.reset();
     return new IOBufferFile(tmpFileName, true, false, false);

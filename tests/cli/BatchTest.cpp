@@ -9,14 +9,7 @@
 #include "support/ImageCodecs.h"
 #include "support/TestSupport.h"
 
-using TestSupport::CountOf;
-using TestSupport::EncodeJpeg;
-using TestSupport::MakeTexturedImage;
-using TestSupport::ReadTextFile;
-using TestSupport::RunLumisk;
-using TestSupport::RunResult;
-using TestSupport::TempDir;
-using TestSupport::WriteTextFile;
+using namespace TestSupport;
 
 namespace
 {
@@ -50,9 +43,9 @@ void WriteBatch(const TempDir& dir, int unreadable = -1)
             name = "a/same.jpg";
         if (i == 40)
             name = "b/same.jpg";
-        const std::string bytes =
-            EncodeJpeg(MakeTexturedImage(56 + i % 7, 44 + i % 5, 3, 100 + i), JCS_RGB, JCS_YCbCr, 90);
-        WriteTextFile(dir.File(name), i == unreadable ? bytes.substr(0, 13) : bytes);
+        WriteJpegPhoto(dir.File(name), 56 + i % 7, 44 + i % 5, 100 + i);
+        if (i == unreadable)
+            WriteTextFile(dir.File(name), ReadTextFile(dir.File(name)).substr(0, 13));
         list += name + "\n";
     }
     WriteTextFile(dir.File("list.txt"), list);

@@ -20,11 +20,10 @@ namespace
 // The inputs of both runs: two images and the batch list.
 void WriteInputs(const std::string& dir)
 {
-    WriteTextFile(dir + "/one.jpg", EncodeJpeg(MakeTexturedImage(60, 50, 3, 4), JCS_RGB, JCS_YCbCr, 90));
-    WriteTextFile(dir + "/two.jpg", EncodeJpeg(MakeTexturedImage(48, 40, 3, 5), JCS_RGB, JCS_YCbCr, 90));
-    WriteTextFile(dir + "/list.txt", "one.jpg\n# comment\nimg/two.jpg\n");
     mkdir((dir + "/img").c_str(), 0755);
-    rename((dir + "/two.jpg").c_str(), (dir + "/img/two.jpg").c_str());
+    WriteJpegPhoto(dir + "/one.jpg", 60, 50, 4);
+    WriteJpegPhoto(dir + "/img/two.jpg", 48, 40, 5);
+    WriteTextFile(dir + "/list.txt", "one.jpg\n# comment\nimg/two.jpg\n");
 }
 
 const std::vector<std::string> sDescribe = {"--batch", "list.txt", "--detector", "densesampling", "--descriptor",

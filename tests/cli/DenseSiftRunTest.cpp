@@ -4,11 +4,11 @@
 
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <string>
 #include <vector>
 
+#include "support/DescriptorFiles.h"
 #include "support/ImageCodecs.h"
 #include "support/TestSupport.h"
 
@@ -17,53 +17,30 @@ using namespace TestSupport;
 namespace
 {
 
-// A BINDESC1 file as its layout reads: header, then all points, then all descriptors.
-struct BinDesc
+// A binary result file; its size must be that of its points and descriptors alone.
+DescriptorFile Read(const TempDir& dir, const std::string& name)
 {
-    int length = -1;
-    int count = -1;
-    std::vector<double> points;
-    std::vector<double> values;
-
-    double X(int i) const { return points[5 * i]; }
-    double Y(int i) const { return points[5 * i + 1]; }
-    const double* Row(int i) const { return values.data() + static_cast<size_t>(i) * length; }
-    double Norm(int i) const
+    DescriptorFile file = ReadDescriptorFile(dir.File(name));
+    if (file.points && file.vectors)
     {
-        double s = 0.0;
-        for (int k = 0; k < length; ++k)
-            s += Row(i)[k] * Row(i)[k];
-        return std::sqrt(s);
+        EXPECT_EQ(ReadTextFile(dir.File(name)).size(),
+                  32 + 8 * static_cast<size_t>(file.points->mHeight * (5 + file.vectors->mWidth)))
+            << name;
     }
-};
-
-BinDesc ReadBinDesc(const std::string& path)
-{
-    const std::string bytes = ReadTextFile(path);
-    BinDesc file;
-    if (bytes.size() < 32 || bytes.compare(0, 8, "BINDESC1") != 0)
-    {
-        ADD_FAILURE() << path << " is no BINDESC1 file";
-        return file;
-    }
-    int32_t header[4];
-    std::memcpy(header, bytes.data() + 16, sizeof header);
-    file.length = header[1];
-    file.count = header[2];
-    const size_t points = static_cast<size_t>(file.count) * 5;
-    const size_t values = static_cast<size_t>(file.count) * file.length;
-    if (bytes.size() != 32 + 8 * (points + values))
-    {
-        ADD_FAILURE() << path << " has " << bytes.size() << " bytes";
-        return file;
-    }
-    file.points.resize(points);
-    file.values.resize(values);
-    if (points > 0)
-        std::memcpy(file.points.data(), bytes.data() + 32, 8 * points);
-    if (values > 0)
-        std::memcpy(file.values.data(), bytes.data() + 32 + 8 * points, 8 * values);
     return file;
+}
+
+// The number of points in the file, -1 when it cannot be read.
+long long Count(const TempDir& dir, const std::string& name)
+{
+    DescriptorFile file = Read(dir, name);
+    return file.points && file.vectors ? file.points->mHeight : -1;
+}
+
+// Values of `rows` rows from the first, all by default.
+std::vector<double> Values(const MatrixPtr& m, long long rows = -1)
+{
+    return std::vector<double>(m->mData, m->mData + (rows < 0 ? m->mHeight : rows) * m->mWidth);
 }
 
 std::string BinDescBytes(const std::vector<std::vector<double>>& points)
@@ -74,11 +51,6 @@ std::string BinDescBytes(const std::vector<std::vector<double>>& points)
     for (const auto& p : points)
         bytes.append(reinterpret_cast<const char*>(p.data()), 5 * sizeof(double));
     return bytes;
-}
-
-void WritePhoto(const TempDir& dir, const std::string& name, int width, int height)
-{
-    WriteTextFile(dir.File(name), EncodeJpeg(MakeTexturedImage(width, height, 3, 5), JCS_RGB, JCS_YCbCr, 90));
 }
 
 RunResult Dense(const TempDir& dir, const std::string& photo, const std::string& descriptor, const std::string& scales,
@@ -96,21 +68,23 @@ RunResult Dense(const TempDir& dir, const std::string& photo, const std::string&
 TEST(DenseSiftRun, DiftWritesUnitVectorsOnTheGridOfSpacingAndCellSize)
 {
     TempDir dir;
-    WritePhoto(dir, "photo.jpg", 100, 80);
+    WriteJpegPhoto(dir.File("photo.jpg"), 100, 80, 5);
     ASSERT_EQ(Dense(dir, "photo.jpg", "dift", "6-4", {"--output", "d.bin"}).status, 0);
-    const BinDesc d = ReadBinDesc(dir.File("d.bin"));
+    const DescriptorFile d = Read(dir, "d.bin");
+    ASSERT_TRUE(d.points && d.vectors);
     // 17 x 13 pooled cells, 14 x 10 windows of 4 x 4; the first at 7.5, written 1-based.
-    ASSERT_EQ(d.count, 14 * 10);
-    ASSERT_EQ(d.length, 128);
-    EXPECT_EQ(d.X(0), 8.5);
-    EXPECT_EQ(d.Y(0), 8.5);
-    EXPECT_EQ(d.X(13), 8.5 + 13 * 6);
-    EXPECT_EQ(d.Y(14), 14.5);
-    EXPECT_EQ(d.Y(139), 8.5 + 9 * 6);
-    for (int i = 0; i < d.count; ++i)
+    ASSERT_EQ(d.points->mHeight, 14 * 10);
+    ASSERT_EQ(d.vectors->mWidth, 128);
+    const double* p = d.points->mData;
+    EXPECT_EQ(p[0], 8.5);
+    EXPECT_EQ(p[1], 8.5);
+    EXPECT_EQ(p[5 * 13], 8.5 + 13 * 6);
+    EXPECT_EQ(p[5 * 14 + 1], 14.5);
+    EXPECT_EQ(p[5 * 139 + 1], 8.5 + 9 * 6);
+    for (int i = 0; i < 140; ++i)
     {
-        EXPECT_EQ(d.points[5 * i + 2], 0.0);
-        EXPECT_NEAR(d.Norm(i), 1.0, 1e-12) << i;
+        EXPECT_EQ(p[5 * i + 2], 0.0);
+        EXPECT_NEAR(RowNorm(*d.vectors, i), 1.0, 1e-12) << i;
     }
 
     // A detector's points are dropped: the same file comes out.
@@ -123,34 +97,37 @@ TEST(DenseSiftRun, DiftWritesUnitVectorsOnTheGridOfSpacingAndCellSize)
 
     // Colour: three channels side by side, grey first channel unchanged.
     ASSERT_EQ(Dense(dir, "photo.jpg", "rgbdift", "6-4", {"--output", "rgb.bin"}).status, 0);
-    const BinDesc rgb = ReadBinDesc(dir.File("rgb.bin"));
-    EXPECT_EQ(rgb.length, 384);
-    EXPECT_EQ(rgb.points, d.points);
+    const DescriptorFile rgb = Read(dir, "rgb.bin");
+    ASSERT_TRUE(rgb.points && rgb.vectors);
+    EXPECT_EQ(rgb.vectors->mWidth, 384);
+    EXPECT_EQ(Values(rgb.points), Values(d.points));
 
     // Two grids follow one another; the second, spacing 8: 13 x 10 cells, 10 x 7 windows.
     ASSERT_EQ(Dense(dir, "photo.jpg", "dift", "6-4+8-4", {"--output", "two.bin"}).status, 0);
-    const BinDesc two = ReadBinDesc(dir.File("two.bin"));
-    ASSERT_EQ(two.count, 140 + 70);
-    EXPECT_EQ(std::vector<double>(two.values.begin(), two.values.begin() + 140 * 128), d.values);
-    EXPECT_EQ(two.X(140), 8.5);
-    EXPECT_EQ(two.X(141), 16.5);
+    const DescriptorFile two = Read(dir, "two.bin");
+    ASSERT_TRUE(two.points && two.vectors);
+    ASSERT_EQ(two.points->mHeight, 140 + 70);
+    EXPECT_EQ(Values(two.vectors, 140), Values(d.vectors));
+    EXPECT_EQ(two.points->mData[5 * 140], 8.5);
+    EXPECT_EQ(two.points->mData[5 * 141], 16.5);
 
     // Quantized orientations: same points, other values, also of unit length.
     ASSERT_EQ(Dense(dir, "photo.jpg", "dixt", "6-4", {"--output", "x.bin"}).status, 0);
-    const BinDesc x = ReadBinDesc(dir.File("x.bin"));
-    EXPECT_EQ(x.points, d.points);
-    EXPECT_NE(x.values, d.values);
-    EXPECT_NEAR(x.Norm(0), 1.0, 1e-12);
+    const DescriptorFile x = Read(dir, "x.bin");
+    ASSERT_TRUE(x.points && x.vectors);
+    EXPECT_EQ(Values(x.points), Values(d.points));
+    EXPECT_NE(Values(x.vectors), Values(d.vectors));
+    EXPECT_NEAR(RowNorm(*x.vectors, 0), 1.0, 1e-12);
 }
 
 TEST(DenseSiftRun, NoScalesWarnsAndWritesNoPoints)
 {
     TempDir dir;
-    WritePhoto(dir, "photo.jpg", 40, 30);
+    WriteJpegPhoto(dir.File("photo.jpg"), 40, 30, 5);
     RunResult run = Dense(dir, "photo.jpg", "dift", "", {"--output", "o.bin"});
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(CountOf(run.out, "--ds_scales not set!"), 1);
-    EXPECT_EQ(ReadBinDesc(dir.File("o.bin")).count, 0);
+    EXPECT_EQ(Count(dir, "o.bin"), 0);
 }
 
 TEST(DenseSiftRun, ImagesTooSmallForTheGridEndWithAStatus)
@@ -160,14 +137,13 @@ TEST(DenseSiftRun, ImagesTooSmallForTheGridEndWithAStatus)
     for (const auto& size : sizes)
     {
         const std::string name = std::to_string(size[0]) + "x" + std::to_string(size[1]) + ".jpg";
-        WritePhoto(dir, name, size[0], size[1]);
+        WriteJpegPhoto(dir.File(name), size[0], size[1], 5);
         for (const char* descriptor : {"dift", "rgbdift", "dixt"})
         {
             SCOPED_TRACE(name + " " + descriptor);
             RunResult run = Dense(dir, name, descriptor, "6-4", {"--output", "o.bin"});
             EXPECT_EQ(run.status, 0);
-            const BinDesc o = ReadBinDesc(dir.File("o.bin"));
-            EXPECT_EQ(o.count, 0);
+            EXPECT_EQ(Count(dir, "o.bin"), 0);
             // Each axis shorter than two cells of 4 is reported, per channel. 700 x 12
             // fits two cells down, too few for a window of four.
             const int channels = std::string(descriptor) == "rgbdift" ? 3 : 1;
@@ -177,17 +153,17 @@ TEST(DenseSiftRun, ImagesTooSmallForTheGridEndWithAStatus)
     EXPECT_EQ(Dense(dir, "1x1.jpg", "dift", "6-4", {"--exitOnErrorLogged"}).status, 42);
     // An odd cell size is refused on both axes of each channel; that grid gives no
     // points, the next one (10 x 8 cells, 7 x 5 windows) does.
-    WritePhoto(dir, "photo.jpg", 60, 50);
+    WriteJpegPhoto(dir.File("photo.jpg"), 60, 50, 5);
     RunResult odd = Dense(dir, "photo.jpg", "rgbdift", "6-3+6-4", {"--output", "o.bin"});
     EXPECT_EQ(odd.status, 0);
     EXPECT_EQ(CountOf(odd.out, "not implemented"), 6);
-    EXPECT_EQ(ReadBinDesc(dir.File("o.bin")).count, 7 * 5);
+    EXPECT_EQ(Count(dir, "o.bin"), 7 * 5);
 }
 
 TEST(SparseSiftRun, AbsurdOrientationsInRegionsAreRefusedPromptly)
 {
     TempDir dir;
-    WritePhoto(dir, "photo.jpg", 80, 60);
+    WriteJpegPhoto(dir.File("photo.jpg"), 80, 60, 5);
     const double inf = std::numeric_limits<double>::infinity();
     WriteTextFile(dir.File("r.bin"), BinDescBytes({{40, 30, 2, 3.75e255, 0},
                                                    {40, 30, 2, 0.25, 0},
@@ -200,10 +176,11 @@ TEST(SparseSiftRun, AbsurdOrientationsInRegionsAreRefusedPromptly)
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(CountOf(run.out, "refused: orientation"), 4);
     EXPECT_EQ(CountOf(run.out, "orientation 3.75e+255 is out of range"), 1);
-    const BinDesc o = ReadBinDesc(dir.File("o.bin"));
-    ASSERT_EQ(o.count, 5);
-    EXPECT_EQ(o.points[3], 3.75e255) << "orientation written as read";
-    EXPECT_GT(o.Norm(1), 0.0);
+    const DescriptorFile o = Read(dir, "o.bin");
+    ASSERT_TRUE(o.points && o.vectors);
+    ASSERT_EQ(o.points->mHeight, 5);
+    EXPECT_EQ(o.points->mData[3], 3.75e255) << "orientation written as read";
+    EXPECT_GT(RowNorm(*o.vectors, 1), 0.0);
     for (int i : {0, 2, 3, 4})
-        EXPECT_EQ(o.Norm(i), 0.0) << i;
+        EXPECT_EQ(RowNorm(*o.vectors, i), 0.0) << i;
 }

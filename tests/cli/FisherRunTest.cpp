@@ -4,30 +4,17 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <cmath>
-#include <memory>
 #include <string>
 #include <vector>
 
-#include "core/feature/PointDescriptorIO.h"
-#include "support/ImageCodecs.h"
+#include "support/DescriptorFiles.h"
 #include "support/Mixtures.h"
-#include "support/SyntheticImage.h"
-#include "support/TestSupport.h"
-#include "util/IOBufferFile.h"
+#include "support/PhotoRuns.h"
 
 using namespace TestSupport;
-using Tavlin::Core::Array::Array2dReal64;
 
 namespace
 {
-
-testing::AssertionResult Has(const std::string& text, const std::string& what)
-{
-    if (text.find(what) != std::string::npos)
-        return testing::AssertionSuccess();
-    return testing::AssertionFailure() << "\"" << what << "\" not in:\n" << text;
-}
 
 // A mixture in the range of SIFT values, 6 Gaussians of 128 dimensions.
 MixtureData SiftLikeMixture()
@@ -42,26 +29,15 @@ MixtureData SiftLikeMixture()
     return m;
 }
 
-class FisherRun : public testing::Test
+// Runs of the fisher mode with the mixture "g".
+struct FisherRun : PhotoRun
 {
-protected:
-    void SetUp() override
+    RunResult Fisher(std::vector<std::string> more)
     {
-        PlainImage picture = MakeTexturedImage(64, 48, 3, 5);
-        WriteTextFile(dir.File("photo.jpg"), EncodeJpeg(picture, JCS_RGB, JCS_YCbCr, 90));
-        mkdir(dir.File("Codebooks").c_str(), 0755);
+        more.insert(more.begin(), {"--codebook", "Codebooks/g.gmm-mean.raw", "--codebookMode", "fisher",
+                                   "--codebookName", "g"});
+        return Run(more);
     }
-
-    RunResult Run(const std::vector<std::string>& more)
-    {
-        std::vector<std::string> args{"photo.jpg", "--detector", "densesampling", "--descriptor", "sift",
-                                      "--output", "o.bin", "--outputFormat", "binary",
-                                      "--codebook", "Codebooks/g.gmm-mean.raw", "--codebookMode", "fisher"};
-        args.insert(args.end(), more.begin(), more.end());
-        return RunLumisk(args, dir.Path());
-    }
-
-    TempDir dir;
 };
 
 } // namespace
@@ -69,31 +45,22 @@ protected:
 TEST_F(FisherRun, OneUnitRowPerCell)
 {
     WriteMixtureCodebook(dir.File("Codebooks"), "g", SiftLikeMixture());
-    RunResult run = Run({"--codebookName", "g", "--pointSelector", "pyramid-1x1-2x2-3x1"});
+    RunResult run = Fisher({"--pointSelector", "pyramid-1x1-2x2-3x1"});
     ASSERT_EQ(run.status, 0) << run.out;
 
-    std::unique_ptr<Tavlin::Util::IOBuffer> in(new Tavlin::Util::IOBufferFile(dir.File("o.bin"), true, false, false));
-    Array2dReal64* points = nullptr;
-    Array2dReal64* vectors = nullptr;
-    ASSERT_TRUE(in->Valid());
-    Tavlin::Core::Feature::ReadBINDESC1FromBuffer(points, vectors, in.get(), true, true);
-    std::unique_ptr<Array2dReal64> p(points), v(vectors);
-    ASSERT_TRUE(p && v);
-    ASSERT_EQ(v->mHeight, 8);
-    ASSERT_EQ(v->mWidth, 2 * 6 * 128);
+    DescriptorFile out = ReadDescriptorFile(dir.File("o.bin"));
+    ASSERT_TRUE(out.points && out.vectors);
+    ASSERT_EQ(out.vectors->mHeight, 8);
+    ASSERT_EQ(out.vectors->mWidth, 2 * 6 * 128);
     for (int r = 0; r < 8; ++r)
     {
-        double sum = 0;
-        for (long long k = 0; k < v->mWidth; ++k)
-            sum += v->mData[r * v->mWidth + k] * v->mData[r * v->mWidth + k];
-        EXPECT_NEAR(std::sqrt(sum), 1.0, 1e-12) << r;
+        EXPECT_NEAR(RowNorm(*out.vectors, r), 1.0, 1e-12) << r;
         // Rows are cells: point columns 0 (1 in the file's 1-based positions).
-        for (int c = 0; c < 5; ++c)
-            EXPECT_EQ(p->mData[5 * r + c], c < 2 ? 1.0 : 0.0);
+        EXPECT_EQ(RowValues(*out.points, r), (std::vector<double>{1, 1, 0, 0, 0}));
     }
 
     // A cell outside the image gives a zero row and the warning.
-    RunResult empty = Run({"--codebookName", "g", "--pointSelector", "P1x1#0+B1000#2000/1#10"});
+    RunResult empty = Fisher({"--pointSelector", "P1x1#0+B1000#2000/1#10"});
     ASSERT_EQ(empty.status, 0) << empty.out;
     EXPECT_TRUE(Has(empty.out, "Pyramid level 1 has 0 points"));
     const std::string text = ReadTextFile(dir.File("o.bin"));

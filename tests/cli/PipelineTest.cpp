@@ -44,12 +44,6 @@ std::vector<Row> ReadRows(const std::string& path, int* length = nullptr)
     return rows;
 }
 
-void WritePhoto(const TempDir& dir, const std::string& name, int width, int height, unsigned seed)
-{
-    PlainImage picture = MakeTexturedImage(width, height, 3, seed);
-    WriteTextFile(dir.File(name), EncodeJpeg(picture, JCS_RGB, JCS_YCbCr, 90));
-}
-
 int Status(const TempDir& dir, std::vector<std::string> args)
 {
     return RunLumisk(args, dir.Path()).status;
@@ -59,7 +53,7 @@ int Status(const TempDir& dir, std::vector<std::string> args)
 TEST(PipelineDense, WritesTheStaggeredGridInBothFormatsAndShiftsByTheBorder)
 {
     TempDir dir;
-    WritePhoto(dir, "photo.jpg", 100, 80, 1);
+    WriteJpegPhoto(dir.File("photo.jpg"), 100, 80, 1);
     const std::vector<std::string> dense{"photo.jpg", "--detector", "densesampling", "--descriptor", "none"};
     auto with = [&](std::vector<std::string> more) {
         more.insert(more.begin(), dense.begin(), dense.end());
@@ -101,19 +95,16 @@ TEST(PipelineDense, WritesTheStaggeredGridInBothFormatsAndShiftsByTheBorder)
     EXPECT_EQ(Status(dir, {"photo.jpg", "--detector", "nosuch", "--exitOnErrorLogged"}), 42);
 
     // Refused also without points.
-    for (std::string name : {"nosuchdescriptor"})
-    {
-        auto bad = RunLumisk({"photo.jpg", "--detector", "none", "--descriptor", name}, dir.Path());
-        EXPECT_EQ(bad.status, 1) << name;
-        EXPECT_NE(bad.out.find("[ERROR] Invalid descriptor name"), std::string::npos) << name;
-        EXPECT_NE(bad.err.find("[ERROR] Invalid descriptor name: " + name), std::string::npos) << name;
-    }
+    auto bad = RunLumisk({"photo.jpg", "--detector", "none", "--descriptor", "nosuchdescriptor"}, dir.Path());
+    EXPECT_EQ(bad.status, 1);
+    EXPECT_TRUE(Has(bad.out, "[ERROR] Invalid descriptor name"));
+    EXPECT_TRUE(Has(bad.err, "[ERROR] Invalid descriptor name: nosuchdescriptor"));
 }
 
 TEST(PipelineRegions, LoadedRegionsAreCopiedUnchanged)
 {
     TempDir dir;
-    WritePhoto(dir, "photo.jpg", 90, 70, 2);
+    WriteJpegPhoto(dir.File("photo.jpg"), 90, 70, 2);
     ASSERT_EQ(Status(dir, {"photo.jpg", "--detector", "densesampling", "--output", "o.txt"}), 0);
     ASSERT_EQ(Status(dir, {"photo.jpg", "--detector", "none", "--loadRegions", "o.txt", "--saveRegions", "s.txt"}), 0);
     EXPECT_EQ(ReadTextFile(dir.File("s.txt")), ReadTextFile(dir.File("o.txt")));
@@ -132,7 +123,7 @@ TEST(PipelineRegions, LoadedRegionsAreCopiedUnchanged)
 TEST(PipelineKeepLimited, FixedSeedRepeatsTheSubsetAndTheClockChangesIt)
 {
     TempDir dir;
-    WritePhoto(dir, "photo.jpg", 100, 100, 3);
+    WriteJpegPhoto(dir.File("photo.jpg"), 100, 100, 3);
     auto run = [&](const std::string& out, const std::string& limit, bool fixed) {
         std::vector<std::string> a{"photo.jpg", "--detector", "densesampling", "--descriptor", "none",
                                    "--keepLimited", limit, "--output", out};
@@ -156,8 +147,8 @@ TEST(PipelineKeepLimited, FixedSeedRepeatsTheSubsetAndTheClockChangesIt)
 TEST(PipelineBatch, OneFilePerImageInTheOutputDirectory)
 {
     TempDir dir;
-    WritePhoto(dir, "one.jpg", 60, 50, 4);
-    WritePhoto(dir, "two.jpg", 70, 40, 5);
+    WriteJpegPhoto(dir.File("one.jpg"), 60, 50, 4);
+    WriteJpegPhoto(dir.File("two.jpg"), 70, 40, 5);
     WriteTextFile(dir.File("list.txt"), "one.jpg\n# skipped\ntwo.jpg\n");
     ASSERT_EQ(Status(dir, {"--batch", "list.txt", "--detector", "densesampling", "--output", "out"}), 0);
     EXPECT_EQ(ReadRows(dir.File("out/one.bin")).size(), 7u * 8);
@@ -181,7 +172,7 @@ TEST(PipelineBatch, OneFilePerImageInTheOutputDirectory)
 TEST(PipelineSift, DefaultDetectorAndSiftFamilyWriteWholeNumberRows)
 {
     TempDir dir;
-    WritePhoto(dir, "photo.jpg", 160, 120, 6);
+    WriteJpegPhoto(dir.File("photo.jpg"), 160, 120, 6);
     const std::pair<std::vector<std::string>, int> runs[] = {
         {{"--descriptor", "sift"}, 128},
         {{"--descriptor", "opponentsift"}, 384},

@@ -2,7 +2,6 @@
 // point's position with its five nearest words, "forest" one row per cell that sums to
 // 1; codebooks the run cannot use end it before any image.
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <memory>
@@ -10,37 +9,24 @@
 #include <utility>
 #include <vector>
 
-#include "core/array/WriteRaw.h"
 #include "core/feature/codebook/RandomTree.h"
+#include "support/CodebookFeatures.h"
 #include "support/DescriptorFiles.h"
-#include "support/ImageCodecs.h"
 #include "support/Matrices.h"
+#include "support/PhotoRuns.h"
 #include "support/TableFiles.h"
-#include "support/TestSupport.h"
-#include "util/IOBufferFile.h"
 
 using namespace TestSupport;
 using namespace Tavlin::Core::Feature;
-using Tavlin::Core::Array::Array2dReal64;
 
 namespace
 {
 
-testing::AssertionResult Has(const std::string& text, const std::string& what)
-{
-    if (text.find(what) != std::string::npos)
-        return testing::AssertionSuccess();
-    return testing::AssertionFailure() << "\"" << what << "\" not in:\n" << text;
-}
-
-class QuantizerRun : public testing::Test
+class QuantizerRun : public PhotoRun
 {
 protected:
     void SetUp() override
     {
-        PlainImage picture = MakeTexturedImage(64, 48, 3, 11);
-        WriteTextFile(dir.File("photo.jpg"), EncodeJpeg(picture, JCS_RGB, JCS_YCbCr, 90));
-        mkdir(dir.File("Codebooks").c_str(), 0755);
         // The points and descriptors of the image, without a codebook.
         RunResult plain = Run({});
         ASSERT_EQ(plain.status, 0) << plain.out;
@@ -51,34 +37,8 @@ protected:
         ASSERT_EQ(remove(dir.File("o.bin").c_str()), 0);
     }
 
-    RunResult Run(const std::vector<std::string>& more)
-    {
-        std::vector<std::string> args{"photo.jpg", "--detector", "densesampling", "--descriptor", "sift",
-                                      "--output", "o.bin", "--outputFormat", "binary"};
-        args.insert(args.end(), more.begin(), more.end());
-        return RunLumisk(args, dir.Path());
-    }
-
-    void WriteCodebook(const std::string& name, const Array2dReal64* words)
-    {
-        std::unique_ptr<Tavlin::Util::IOBuffer> buffer(
-            new Tavlin::Util::IOBufferFile(dir.File("Codebooks/" + name + ".codebook.raw"), false, false, false));
-        ASSERT_TRUE(buffer->Valid());
-        Tavlin::Core::Array::WriteRaw(const_cast<Array2dReal64*>(words), buffer.get(), 1);
-    }
-
-    // Words in the range of SIFT values.
-    MatrixPtr Words(int count)
-    {
-        MatrixPtr words = RandomMatrix(count, 128, 23);
-        for (long long i = 0; i < words->mWidth * words->mHeight; ++i)
-            words->mData[i] = 60.0 * (words->mData[i] + 1.0);
-        return words;
-    }
-
     const double* Descriptor(long long i) const { return points.vectors->mData + i * 128; }
 
-    TempDir dir;
     DescriptorFile points;
 };
 
@@ -98,12 +58,22 @@ std::vector<RandomTree*> MakeForest(const DescriptorFile& points)
                            new RandomTree(4))};
 }
 
+// The forest as a table file.
+std::string ForestFile(const std::vector<RandomTree*>& forest)
+{
+    RandomTreeTable table;
+    for (RandomTree* tree : forest)
+        Write(tree, &table);
+    std::unique_ptr<FeatureTable> features(MakeFeatureTable(&table));
+    return TableFileOf(*features);
+}
+
 } // namespace
 
 TEST_F(QuantizerRun, ClosestWord5WritesEachPointWithItsFiveNearestWords)
 {
-    MatrixPtr words = Words(12);
-    WriteCodebook("words", words.get());
+    MatrixPtr words = SiftWords(12, 128, 23);
+    WriteRawFile(dir.File("Codebooks/words.codebook.raw"), {words.get()});
     RunResult run = Run({"--codebook", "Codebooks/words.codebook.raw", "--codebookName", "words", "--codebookMode",
                          "closestword5"});
     ASSERT_EQ(run.status, 0) << run.out;
@@ -152,11 +122,7 @@ TEST_F(QuantizerRun, ClosestWord5WritesEachPointWithItsFiveNearestWords)
 TEST_F(QuantizerRun, ForestRowsCountTheLeavesOfEveryTreeAndSumToOne)
 {
     std::vector<RandomTree*> forest = MakeForest(points);
-    RandomTreeTable table;
-    for (RandomTree* tree : forest)
-        Write(tree, &table);
-    std::unique_ptr<FeatureTable> features(MakeFeatureTable(&table));
-    WriteTextFile(dir.File("forest.tab"), TableFileOf(*features));
+    WriteTextFile(dir.File("forest.tab"), ForestFile(forest));
 
     RunResult run = Run({"--codebook", "forest.tab", "--codebookMode", "forest", "--pointSelector", "pyramid-1x1-2x2"});
     ASSERT_EQ(run.status, 0) << run.out;
@@ -170,8 +136,7 @@ TEST_F(QuantizerRun, ForestRowsCountTheLeavesOfEveryTreeAndSumToOne)
         for (int k = 0; k < 5; ++k)
             sum += out.vectors->mData[5 * r + k];
         EXPECT_NEAR(sum, 1.0, 1e-12) << r;
-        for (int c = 0; c < 5; ++c)
-            EXPECT_EQ(out.points->mData[5 * r + c], c < 2 ? 1.0 : 0.0);
+        EXPECT_EQ(RowValues(*out.points, r), (std::vector<double>{1, 1, 0, 0, 0}));
     }
 
     // The whole image: each tree votes once per point.
@@ -204,27 +169,15 @@ TEST_F(QuantizerRun, UnusableCodebooksEndTheRunBeforeAnyImage)
     };
 
     // A forest table whose second tree lacks its right subtree.
-    RandomTreeTable cut(3);
-    const int cw[] = {0, -1, 1};
-    for (int i = 0; i < 3; ++i)
-    {
-        cut.mColumn1.mData[i] = cw[i];
-        cut.mColumn2.mData[i] = cw[i] < 0 ? 3 : -1;
-        cut.mColumn3.mData[i] = cw[i] < 0 ? 0.5 : -1.0;
-    }
-    cut.SetSize(3);
-    std::unique_ptr<FeatureTable> cutFeatures(MakeFeatureTable(&cut));
-    WriteTextFile(dir.File("cut.tab"), TableFileOf(*cutFeatures));
+    std::unique_ptr<FeatureTable> cut(
+        MakeFeatureTable(ForestTable({{0, -1, -1.0}, {-1, 3, 0.5}, {1, -1, -1.0}}).get()));
+    WriteTextFile(dir.File("cut.tab"), TableFileOf(*cut));
     refused({"--codebook", "cut.tab", "--codebookMode", "forest"}, "parse error in Read(RandomTreeTable*,int)");
 
     // Empty, truncated and garbage files.
     std::vector<RandomTree*> forest = MakeForest(points);
-    RandomTreeTable table;
-    for (RandomTree* tree : forest)
-        Write(tree, &table);
+    const std::string whole = ForestFile(forest);
     DeleteForest(forest);
-    std::unique_ptr<FeatureTable> features(MakeFeatureTable(&table));
-    const std::string whole = TableFileOf(*features);
     WriteTextFile(dir.File("empty.tab"), "");
     WriteTextFile(dir.File("short.tab"), whole.substr(0, whole.size() - 40));
     std::string garbage;
@@ -235,8 +188,8 @@ TEST_F(QuantizerRun, UnusableCodebooksEndTheRunBeforeAnyImage)
         refused({"--codebook", name, "--codebookMode", "forest"}, "ERROR");
 
     // A codebook that is no forest: a raw array has no table to read.
-    MatrixPtr words = Words(4);
-    WriteCodebook("four", words.get());
+    MatrixPtr words = SiftWords(4, 128, 23);
+    WriteRawFile(dir.File("Codebooks/four.codebook.raw"), {words.get()});
     refused({"--codebook", "Codebooks/four.codebook.raw", "--codebookMode", "forest"},
             "Mode forest needs the codebook as a table file");
     // Four words are too few for five, and kdhard is not in this build.

@@ -148,7 +148,7 @@ TEST(RegionsPicture, BatchWritesBaseNameDotPngAndFailuresAreReported)
 {
     TempDir dir;
     const PlainImage one = WritePngPhoto(dir, "one.png", 40, 30, 13);
-    WriteTextFile(dir.File("two.x.jpg"), EncodeJpeg(MakeTexturedImage(36, 28, 3, 14), JCS_RGB, JCS_YCbCr, 90));
+    WriteJpegPhoto(dir.File("two.x.jpg"), 36, 28, 14);
     WriteTextFile(dir.File("list.txt"), "one.png\ntwo.x.jpg\n");
     ASSERT_EQ(RunLumisk({"--batch", "list.txt", "--detector", "none", "--drawRegions", "pics"}, dir.Path()).status, 0);
     std::unique_ptr<Array2dVec3UInt8> first = ReadPicture(dir.File("pics/one.png"));

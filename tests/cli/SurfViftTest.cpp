@@ -1,44 +1,14 @@
 // End-to-end runs of the dense Haar descriptor (surf) and the VIFT names.
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <memory>
-
-#include "core/array/Array2dTem.h"
-#include "core/feature/PointDescriptorIO.h"
+#include "support/DescriptorFiles.h"
 #include "support/ImageCodecs.h"
 #include "support/TestSupport.h"
-#include "util/IOBufferFile.h"
 
 using namespace TestSupport;
-using Tavlin::Core::Array::Array2dReal64;
 
 namespace
 {
-struct Written
-{
-    std::unique_ptr<Array2dReal64> points;
-    std::unique_ptr<Array2dReal64> descriptors;
-};
-
-// A result file read back with the system's own reader; points as in the file.
-Written ReadResult(const std::string& path)
-{
-    Tavlin::Util::IOBufferFile buffer(path, true, false, false);
-    Array2dReal64* points = nullptr;
-    Array2dReal64* descriptors = nullptr;
-    Tavlin::Core::Feature::ReadBINDESC1FromBuffer(points, descriptors, &buffer, true, true);
-    Written result;
-    result.points.reset(points);
-    result.descriptors.reset(descriptors);
-    return result;
-}
-
-void WritePhoto(const TempDir& dir, const std::string& name, int width, int height)
-{
-    WriteTextFile(dir.File(name), EncodeJpeg(MakeTexturedImage(width, height, 3, 4), JCS_RGB, JCS_YCbCr, 90));
-}
-
 void WritePng(const TempDir& dir, const std::string& name, int width, int height)
 {
     std::vector<unsigned char> rows(static_cast<size_t>(width) * height * 3);
@@ -51,15 +21,15 @@ void WritePng(const TempDir& dir, const std::string& name, int width, int height
 TEST(CliSurf, WritesUnitRowsOnItsOwnGrid)
 {
     TempDir dir;
-    WritePhoto(dir, "photo.jpg", 100, 100);
+    WriteJpegPhoto(dir.File("photo.jpg"), 100, 100, 4);
     auto run = RunLumisk({"photo.jpg", "--detector", "none", "--descriptor", "surf", "--outputFormat", "binary",
                           "--output", "o.bin"},
                          dir.Path());
     ASSERT_EQ(run.status, 0) << run.out;
-    Written o = ReadResult(dir.File("o.bin"));
-    ASSERT_TRUE(o.points && o.descriptors);
+    DescriptorFile o = ReadDescriptorFile(dir.File("o.bin"));
+    ASSERT_TRUE(o.points && o.vectors);
     ASSERT_EQ(o.points->mHeight, 169);
-    ASSERT_EQ(o.descriptors->mWidth, 64);
+    ASSERT_EQ(o.vectors->mWidth, 64);
     // The grid starts at 12, 12 in memory, written 1-based; step 6, scale 25.
     const double* first = o.points->PixelPtr(0, 0);
     EXPECT_EQ(first[0], 13.0);
@@ -69,7 +39,7 @@ TEST(CliSurf, WritesUnitRowsOnItsOwnGrid)
     EXPECT_EQ(o.points->PixelPtr(0, 168)[1], 85.0);
     for (long long i = 0; i < 169; ++i)
     {
-        const double* row = o.descriptors->PixelPtr(0, i);
+        const double* row = o.vectors->PixelPtr(0, i);
         double sum = 0;
         for (int k = 0; k < 64; ++k)
             sum += row[k] * row[k];
@@ -82,20 +52,20 @@ TEST(CliSurf, WritesUnitRowsOnItsOwnGrid)
                          dir.Path());
     ASSERT_EQ(rgb.status, 0) << rgb.out;
     EXPECT_EQ(CountOf(rgb.out, "detector points: SURF places its own grid"), 1) << rgb.out;
-    Written c = ReadResult(dir.File("rgb.bin"));
-    ASSERT_TRUE(c.points && c.descriptors);
+    DescriptorFile c = ReadDescriptorFile(dir.File("rgb.bin"));
+    ASSERT_TRUE(c.points && c.vectors);
     EXPECT_EQ(c.points->mHeight, 169);
-    EXPECT_EQ(c.descriptors->mWidth, 192);
+    EXPECT_EQ(c.vectors->mWidth, 192);
 
     ASSERT_EQ(RunLumisk({"photo.jpg", "--detector", "none", "--descriptor", "surf", "--surf-spaciality", "2",
                          "--surf-haar-size", "2", "--outputFormat", "binary", "--output", "s2.bin"},
                         dir.Path())
                   .status,
               0);
-    Written s2 = ReadResult(dir.File("s2.bin"));
-    ASSERT_TRUE(s2.points && s2.descriptors);
+    DescriptorFile s2 = ReadDescriptorFile(dir.File("s2.bin"));
+    ASSERT_TRUE(s2.points && s2.vectors);
     // 100 / 2 = 50 -> Haar 49 -> 24 sums, windows of 2: 23 x 23; step 4, span 8.
-    EXPECT_EQ(s2.descriptors->mWidth, 16);
+    EXPECT_EQ(s2.vectors->mWidth, 16);
     EXPECT_EQ(s2.points->mHeight, 23 * 23);
     EXPECT_EQ(s2.points->PixelPtr(0, 0)[0], 5.0);
     EXPECT_EQ(s2.points->PixelPtr(0, 0)[2], 9.0);
@@ -111,7 +81,7 @@ TEST(CliSurf, WritesUnitRowsOnItsOwnGrid)
 TEST(CliVift, EndsWithTheMissingKernel)
 {
     TempDir dir;
-    WritePhoto(dir, "photo.jpg", 64, 48);
+    WriteJpegPhoto(dir.File("photo.jpg"), 64, 48, 4);
     for (std::string name : {"vift", "vift2", "opponentvift3", "rgbvift4", "vift_ds_4"})
     {
         auto run = RunLumisk({"photo.jpg", "--descriptor", name, "--output", "o.txt"}, dir.Path());

@@ -29,13 +29,6 @@ using Tavlin::Util::IOBufferFile;
 namespace
 {
 
-testing::AssertionResult Has(const std::string& text, const std::string& what)
-{
-    if (text.find(what) != std::string::npos)
-        return testing::AssertionSuccess();
-    return testing::AssertionFailure() << "\"" << what << "\" not in:\n" << text;
-}
-
 // Descriptors around three centres far apart, `first` to `first + count`, in the
 // binary or the text form.
 void WriteClusters(const std::string& path, int first, int count, int length, bool binary)
@@ -124,8 +117,7 @@ TEST(TrainRun, KMeansFindsTheClustersOfSeveralFilesAndRepeatsItsBytes)
 TEST(TrainRun, TrainedFilesServeEveryModeThatReadsThem)
 {
     TempDir dir;
-    PlainImage picture = MakeTexturedImage(64, 48, 3, 9);
-    WriteTextFile(dir.File("photo.jpg"), EncodeJpeg(picture, JCS_RGB, JCS_YCbCr, 90));
+    WriteJpegPhoto(dir.File("photo.jpg"), 64, 48, 9);
     const std::vector<std::string> extract{"photo.jpg", "--detector", "densesampling", "--descriptor", "sift"};
     std::vector<std::string> cluster = extract;
     cluster.insert(cluster.end(), {"--clusterInput", "--output", "train.bin", "--outputFormat", "binary"});

@@ -1,22 +1,20 @@
 #include "persistency/CodebookRepositoryInFile.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "basis/CmdOptions.h"
 #include "core/feature/codebook/TakeLastMatrix.h"
 #include "persistency/CodebookLocator.h"
 #include "persistency/RepositoryDispatcher.h"
+#include "support/CodebookStore.h"
 #include "support/ImageCodecs.h"
 #include "support/LogCapture.h"
 #include "support/TableFiles.h"
 #include "support/TestSupport.h"
 
-using Tavlin::CmdOptions;
 using Tavlin::Core::Array::Array2dReal64;
 using Tavlin::Core::Feature::TakeLastMatrix;
 using Tavlin::Core::Matrix::MatList;
@@ -28,38 +26,6 @@ namespace
 
 const char* const kFileLog = "Tavlin.Persistency.CodebookRepositoryInFile";
 const char* const kDispatchLog = "Tavlin.Persistency.RepositoryDispatcher";
-
-// A store whose search path is a fresh directory holding "Codebooks"; each store gets
-// its own database name, as file systems are made once per locator.
-class Store
-{
-public:
-    explicit Store(const std::string& database) : mDatabase(database)
-    {
-        CmdOptions& options = CmdOptions::GetInstance();
-        options.Reset();
-        options.AddOption(0, "data", "path", "");
-        options.AddOption(0, "override", "", "1");
-        options.AddOption(0, ("data::" + database).c_str(), "path", mDir.Path().c_str());
-        mkdir(mDir.File("Codebooks").c_str(), 0755);
-    }
-
-    void Put(const std::string& name, const std::string& bytes)
-    {
-        WriteTextFile(mDir.File("Codebooks/" + name), bytes);
-    }
-
-    CodebookLocator Locate(const std::string& name, const std::string& kind, const std::string& protocol = "file:")
-    {
-        return CodebookLocator(Locator(protocol, mDatabase), name, kind);
-    }
-
-    const std::string& Dir() const { return mDir.Path(); }
-
-private:
-    TempDir mDir;
-    std::string mDatabase;
-};
 
 // One raw file holding `count` matrices of 2 x 1, matrix i filled with i + 1.
 std::string RawList(int count)
@@ -88,7 +54,7 @@ TEST(CodebookLocator, NamesItsFiveFields)
 
 TEST(CodebookRepositoryInFile, NewNameHoldsAListOldNamesAreTheFallback)
 {
-    Store store("cbrepo-names");
+    CodebookStore store;
     CodebookRepositoryInFile repository;
     const struct
     {
@@ -128,7 +94,7 @@ TEST(CodebookRepositoryInFile, NewNameHoldsAListOldNamesAreTheFallback)
 
 TEST(CodebookRepositoryInFile, MissingAndUnreadableFilesAreReported)
 {
-    Store store("cbrepo-missing");
+    CodebookStore store;
     CodebookRepositoryInFile repository;
     {
         // A missing file of a kind without an old name is looked for under "no_old_name".
@@ -150,7 +116,7 @@ TEST(CodebookRepositoryInFile, MissingAndUnreadableFilesAreReported)
         std::unique_ptr<MatList> list(repository.Get(store.Locate("bad", "diffstat")));
         ASSERT_TRUE(list);
         EXPECT_TRUE(list->empty());
-        EXPECT_EQ(log.Text(), "Get: could not read " + store.Dir() + "/Codebooks/bad.diffstat.raw\n");
+        EXPECT_EQ(log.Text(), "Get: could not read " + store.Codebooks() + "/bad.diffstat.raw\n");
     }
     // An old-name file that is no codebook: an empty list.
     store.Put("worse.tab", "garbage");
@@ -161,7 +127,7 @@ TEST(CodebookRepositoryInFile, MissingAndUnreadableFilesAreReported)
 
 TEST(RepositoryDispatcher, ServesFileAndDataServerAndRefusesOtherProtocols)
 {
-    Store store("cbrepo-dispatch");
+    CodebookStore store;
     store.Put("voc.codebook.raw", RawList(2));
     CodebookRepository dispatcher;
     for (const char* protocol : {"file:", "dataServer:"})
@@ -173,11 +139,12 @@ TEST(RepositoryDispatcher, ServesFileAndDataServerAndRefusesOtherProtocols)
     LogCapture log(kDispatchLog);
     LogCapture notImplemented("Tavlin.Persistency.RepositoryNotImplemented");
     EXPECT_EQ(dispatcher.Get(store.Locate("voc", "codebook", "mapi:")), nullptr);
-    EXPECT_EQ(notImplemented.Text(), "Get: Not implemented for CodebookLocator(mapi,,cbrepo-dispatch,voc,codebook)\n");
+    const std::string tail = "," + store.Database() + ",voc,codebook)\n";
+    EXPECT_EQ(notImplemented.Text(), "Get: Not implemented for CodebookLocator(mapi," + tail);
     EXPECT_EQ(dispatcher.Get(store.Locate("voc", "codebook", "http:")), nullptr);
     EXPECT_FALSE(dispatcher.Exists(store.Locate("voc", "codebook", "mapi:")));
     EXPECT_FALSE(dispatcher.Exists(store.Locate("voc", "codebook", "")));
-    EXPECT_EQ(log.Text(), "Get: unknown protocol: [http] in CodebookLocator(http,,cbrepo-dispatch,voc,codebook)\n"
-                          "Exists: unknown protocol: [mapi] in CodebookLocator(mapi,,cbrepo-dispatch,voc,codebook)\n"
-                          "Exists: unknown protocol: [] in CodebookLocator(,,cbrepo-dispatch,voc,codebook)\n");
+    EXPECT_EQ(log.Text(), "Get: unknown protocol: [http] in CodebookLocator(http," + tail +
+                              "Exists: unknown protocol: [mapi] in CodebookLocator(mapi," + tail +
+                              "Exists: unknown protocol: [] in CodebookLocator(," + tail);
 }

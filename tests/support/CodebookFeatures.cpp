@@ -23,4 +23,18 @@ std::unique_ptr<Tavlin::Core::Feature::PointDescriptorTable> CodebookFeature::Pr
         feature->ProjectOntoCodebook(table.release(), mode, width, height, Tavlin::Quid(0)));
 }
 
+std::unique_ptr<Tavlin::Core::Feature::RandomTreeTable> ForestTable(
+    const std::vector<std::tuple<int, int, double>>& rows)
+{
+    auto table = std::make_unique<Tavlin::Core::Feature::RandomTreeTable>(static_cast<int>(rows.size()));
+    for (size_t i = 0; i < rows.size(); ++i)
+    {
+        table->mColumn1.mData[i] = std::get<0>(rows[i]);
+        table->mColumn2.mData[i] = std::get<1>(rows[i]);
+        table->mColumn3.mData[i] = std::get<2>(rows[i]);
+    }
+    table->SetSize(static_cast<int>(rows.size()));
+    return table;
+}
+
 } // namespace TestSupport

@@ -5,9 +5,12 @@
 
 #include <memory>
 #include <string>
+#include <tuple>
+#include <vector>
 
 #include "core/feature/InterestPointFeature.h"
 #include "core/feature/PointDescriptorTable.h"
+#include "core/feature/codebook/RandomTree.h"
 #include "util/PropertySet.h"
 
 namespace TestSupport
@@ -28,6 +31,10 @@ struct CodebookFeature
     Tavlin::Util::PropertySet properties;
     std::unique_ptr<Tavlin::Core::Feature::InterestPointFeature> feature;
 };
+
+// A forest's table from its (code word, element, threshold) rows.
+std::unique_ptr<Tavlin::Core::Feature::RandomTreeTable> ForestTable(
+    const std::vector<std::tuple<int, int, double>>& rows);
 
 } // namespace TestSupport
 

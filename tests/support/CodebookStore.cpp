@@ -24,9 +24,10 @@ void CodebookStore::Put(const std::string& name, const std::string& bytes) const
     WriteTextFile(mDir.File("Codebooks/" + name), bytes);
 }
 
-Tavlin::Persistency::CodebookLocator CodebookStore::Locate(const std::string& name, const std::string& kind) const
+Tavlin::Persistency::CodebookLocator CodebookStore::Locate(const std::string& name, const std::string& kind,
+                                                           const std::string& protocol) const
 {
-    return Tavlin::Persistency::CodebookLocator(Tavlin::Persistency::Locator("file:", mDatabase), name, kind);
+    return Tavlin::Persistency::CodebookLocator(Tavlin::Persistency::Locator(protocol, mDatabase), name, kind);
 }
 
 } // namespace TestSupport

@@ -21,7 +21,9 @@ public:
     std::string Codebooks() const { return mDir.File("Codebooks"); }
     // Writes `bytes` as Codebooks/<name>.
     void Put(const std::string& name, const std::string& bytes) const;
-    Tavlin::Persistency::CodebookLocator Locate(const std::string& name, const std::string& kind = "codebook") const;
+    Tavlin::Persistency::CodebookLocator Locate(const std::string& name, const std::string& kind = "codebook",
+                                                const std::string& protocol = "file:") const;
+    const std::string& Database() const { return mDatabase; }
 
 private:
     TempDir mDir;

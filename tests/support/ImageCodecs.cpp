@@ -7,6 +7,7 @@
 #include "core/array/ReadJpgFromMemory.h"
 #include "core/array/ReadPngFromMemory.h"
 #include "support/GuardedMemory.h"
+#include "support/TestSupport.h"
 
 namespace TestSupport
 {
@@ -237,6 +238,11 @@ PlainImage MakeTexturedImage(int width, int height, int components, unsigned see
                 image.pixels[i++] = static_cast<unsigned char>(v < 0 ? 0 : v > 255 ? 255 : v);
             }
     return image;
+}
+
+void WriteJpegPhoto(const std::string& path, int width, int height, unsigned seed)
+{
+    WriteTextFile(path, EncodeJpeg(MakeTexturedImage(width, height, 3, seed), JCS_RGB, JCS_YCbCr, 90));
 }
 
 } // namespace TestSupport

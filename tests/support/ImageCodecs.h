@@ -75,6 +75,9 @@ std::string RawArrayFileBytes(const std::string& header, const std::string& payl
 // A textured test picture: smooth gradients, edges and a little noise.
 PlainImage MakeTexturedImage(int width, int height, int components, unsigned seed);
 
+// The textured colour picture as a JPEG file of quality 90 at `path`.
+void WriteJpegPhoto(const std::string& path, int width, int height, unsigned seed);
+
 } // namespace TestSupport
 
 #endif

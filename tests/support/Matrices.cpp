@@ -1,8 +1,13 @@
 #include "support/Matrices.h"
 
 #include <algorithm>
+#include <cmath>
 
+#include <gtest/gtest.h>
+
+#include "core/array/WriteRaw.h"
 #include "core/matrix/MatCreate.h"
+#include "util/IOBufferFile.h"
 
 namespace TestSupport
 {
@@ -25,6 +30,30 @@ MatrixPtr RandomMatrix(int rows, int cols, unsigned seed)
         m->mData[i] = ((state >> 8) & 0xffff) / 32768.0 - 1.0;
     }
     return m;
+}
+
+void WriteRawFile(const std::string& path, const std::vector<Tavlin::Core::Array::Array2dReal64*>& matrices,
+                  int binary)
+{
+    Tavlin::Util::IOBufferFile buffer(path, false, false, false);
+    if (!buffer.Valid())
+        ADD_FAILURE() << "cannot write " << path;
+    for (Tavlin::Core::Array::Array2dReal64* m : matrices)
+        Tavlin::Core::Array::WriteRaw(m, &buffer, binary);
+}
+
+std::vector<double> RowValues(const Tavlin::Core::Array::Array2dReal64& m, long long r)
+{
+    const double* v = m.mData + r * m.mWidth;
+    return std::vector<double>(v, v + m.mWidth);
+}
+
+double RowNorm(const Tavlin::Core::Array::Array2dReal64& m, long long r)
+{
+    double sum = 0.0;
+    for (double x : RowValues(m, r))
+        sum += x * x;
+    return std::sqrt(sum);
 }
 
 } // namespace TestSupport

@@ -22,6 +22,12 @@ std::unique_ptr<Tavlin::Core::Feature::PointDescriptorTable> MakePointTable(
     return table;
 }
 
+std::vector<double> Row(const std::unique_ptr<Tavlin::Core::Feature::PointDescriptorTable>& table, int r)
+{
+    const double* v = table->GetDescriptor(r);
+    return std::vector<double>(v, v + table->GetDescriptorLength());
+}
+
 PointSet RandomPoints(int count, int length, int width, int height, unsigned seed)
 {
     PointSet set;

@@ -16,6 +16,9 @@ namespace TestSupport
 std::unique_ptr<Tavlin::Core::Feature::PointDescriptorTable> MakePointTable(
     const std::vector<std::pair<double, double>>& positions, int length, const std::vector<double>& descriptors);
 
+// The descriptor of row r as values.
+std::vector<double> Row(const std::unique_ptr<Tavlin::Core::Feature::PointDescriptorTable>& table, int r);
+
 // Points spread over a width x height image, with their descriptors.
 struct PointSet
 {

@@ -107,4 +107,11 @@ int CountOf(const std::string& text, const std::string& what)
     return count;
 }
 
+::testing::AssertionResult Has(const std::string& text, const std::string& what)
+{
+    if (text.find(what) != std::string::npos)
+        return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure() << "\"" << what << "\" not in:\n" << text;
+}
+
 } // namespace TestSupport

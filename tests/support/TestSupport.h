@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 namespace TestSupport
 {
 
@@ -49,6 +51,8 @@ RunResult RunProgram(const char* binary, const std::vector<std::string>& args, c
 
 // Number of occurrences of `what` in `text`.
 int CountOf(const std::string& text, const std::string& what);
+// `what` occurs in `text`; the failure shows the text.
+::testing::AssertionResult Has(const std::string& text, const std::string& what);
 
 // Owns the raw pointers that an interface hands out in a vector.
 template <class T>

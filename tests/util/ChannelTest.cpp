@@ -20,6 +20,7 @@
 #include "persistency/RepositoryInFileSystem.h"
 #include "support/DataServerProcess.h"
 #include "support/LogCapture.h"
+#include "support/MemoryBuffer.h"
 #include "support/TestSupport.h"
 #include "util/Channel.h"
 #include "util/ChannelAuthorization.h"
@@ -377,11 +378,13 @@ namespace
 class ScriptedPeer
 {
 public:
-    explicit ScriptedPeer(std::vector<std::string> replies) : mListen(socket(AF_INET, SOCK_STREAM, 0))
+    // Each reply is a text sent with its zero, or with `framed` a whole frame as it stands.
+    explicit ScriptedPeer(std::vector<std::string> replies, bool framed = false)
+        : mListen(socket(AF_INET, SOCK_STREAM, 0))
     {
         mPort = BindLoopback(mListen);
         listen(mListen, 4);
-        mThread = std::thread([this, replies] {
+        mThread = std::thread([this, replies, framed] {
             int peer = accept(mListen, nullptr, nullptr);
             timeval timeout = {5, 0};
             setsockopt(peer, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof(timeout));
@@ -395,7 +398,7 @@ public:
                 if (recv(peer, &body[0], body.size(), MSG_WAITALL) != static_cast<ssize_t>(body.size()))
                     break;
                 Channel::WriteHead(head, Channel::sHeadSize + static_cast<int>(reply.size()) + 1);
-                std::string frame = std::string(head, sizeof(head)) + reply + std::string(1, '\0');
+                std::string frame = framed ? reply : std::string(head, sizeof(head)) + reply + std::string(1, '\0');
                 send(peer, frame.data(), frame.size(), MSG_NOSIGNAL);
             }
             close(peer);
@@ -442,4 +445,53 @@ TEST(ChannelPool, DynamicModeMovesToTheAssignedPort)
         EXPECT_EQ(pool.Get("127.0.0.1", odd.Port(), "odd", dir.File("pw"), true), nullptr);
         EXPECT_NE(log.Text().find("Unexpected response to port mode request:Maybe"), std::string::npos);
     }
+}
+
+namespace
+{
+
+// The frames of a server's byte stream, as their heads delimit them.
+std::vector<std::string> Frames(const std::string& stream)
+{
+    std::vector<std::string> frames;
+    size_t at = 0;
+    int total = 0;
+    while (stream.size() - at >= static_cast<size_t>(Channel::sHeadSize) && Channel::ParseHead(&stream[at], total) &&
+           total >= Channel::sHeadSize && static_cast<size_t>(total) <= stream.size() - at)
+    {
+        frames.push_back(stream.substr(at, static_cast<size_t>(total)));
+        at += static_cast<size_t>(total);
+    }
+    return frames;
+}
+
+} // namespace
+
+TEST(IOBufferChannel, CopyTakesMemoryForWhatArrivesNotForTheAnnouncedSize)
+{
+    auto copy = [](const std::vector<std::string>& replies) {
+        ScriptedPeer peer(replies);
+        Channel channel("127.0.0.1", peer.Port());
+        std::unique_ptr<IOBuffer> buffer(Tavlin::Util::ReadIOBufferFromChannel(&channel, "a.txt", ""));
+        return buffer ? BufferBytes(*buffer, 0, buffer->Size()) + "|" + std::to_string(buffer->Size()) : "null";
+    };
+    // Whole, in two bodies; cut at the announced size; short of it.
+    EXPECT_EQ(copy({"3 12", "hello", "world", "OK"}), std::string("hello\0world\0", 12) + "|12");
+    EXPECT_EQ(copy({"3 4", "hello", "OK"}), "hell|4");
+    EXPECT_EQ(copy({"3 40", "hello", "ERROR no more", "OK"}), std::string("hello") + '\0' + "|6");
+
+    // Found by fuzzing: a server that announces 99999999999999 bytes and sends five made
+    // the client ask for all that memory at once. The first byte chose the copy.
+    const std::string found =
+        ReadTextFile(std::string(LUMISK_TEST_DATA) + "/fuzz/ChannelFuzz/huge-announced-size");
+    ASSERT_FALSE(found.empty());
+    EXPECT_EQ(found[0], 1);
+    const std::vector<std::string> frames = Frames(found.substr(1));
+    ASSERT_EQ(frames.size(), 4u);
+    ScriptedPeer peer(frames, true);
+    Channel channel("127.0.0.1", peer.Port());
+    std::unique_ptr<IOBuffer> buffer(Tavlin::Util::ReadIOBufferFromChannel(&channel, "a.txt", ""));
+    ASSERT_NE(buffer, nullptr);
+    EXPECT_EQ(buffer->Size(), 5);
+    EXPECT_EQ(BufferBytes(*buffer, 0, 5), "hello");
 }

@@ -605,6 +605,8 @@ int gaussian_mixture<T>::load(const char* filename)
         problem = "negative size in its header";
     else if (counts[0] > 0 && counts[1] == 0)
         problem = "Gaussians without dimensions";
+    else if (counts[0] == 0 && counts[1] > 0)
+        problem = "dimensions without Gaussians";
     else if (std::fseek(f, 0, SEEK_END) != 0 || (size = std::ftell(f)) < 0 ||
              std::fseek(f, 2 * sizeof(int32_t), SEEK_SET) != 0)
         problem = "not seekable";
@@ -633,6 +635,21 @@ int gaussian_mixture<T>::load(const char* filename)
     if (!ok)
     {
         std::cerr << "gaussian_mixture::load: " << filename << ": read error" << std::endl;
+        clean();
+        return -1;
+    }
+    // Evaluation and the Fisher encoder divide by weights and variances: a model that
+    // holds a weight or variance that is no positive number is refused here.
+    for (int j = 0; ok && j < ngauss; j++)
+    {
+        ok = coef[j] > 0 && std::isfinite(coef[j]);
+        for (int k = 0; ok && k < ndim; k++)
+            ok = var[j][k] > 0 && std::isfinite(var[j][k]) && std::isfinite(mean[j][k]);
+    }
+    if (!ok)
+    {
+        std::cerr << "gaussian_mixture::load: " << filename
+                  << ": weights and variances must be positive numbers, means numbers" << std::endl;
         clean();
         return -1;
     }

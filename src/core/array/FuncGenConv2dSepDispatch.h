@@ -6,12 +6,14 @@
 // axis, filled by the caller. Dispatch ids 0 to 2 give the same result; any other id
 // writes nothing.
 //
-// Each row is computed with the kernel loop outside and the pixel loop inside,
-// accumulating into the result row, four taps per sweep: every pixel's sum keeps its
-// order, and the independent pixels of a row go through the vector unit together. The
-// loops are compiled twice, the second time for AVX2, taken where the processor has it.
+// Results are computed in strips of adjacent pixels whose sums stay in registers over
+// all taps, the taps in order: every pixel's sum keeps its order, and the independent
+// pixels of a strip go through the vector unit together. The loops are compiled twice,
+// the second time for AVX2, taken where the processor has it.
 #ifndef TAVLIN_CORE_ARRAY_FUNCGENCONV2DSEPDISPATCH_H
 #define TAVLIN_CORE_ARRAY_FUNCGENCONV2DSEPDISPATCH_H
+
+#include <cstring>
 
 #include "basis/CpuFeatures.h"
 #include "core/array/Array2dTem.h"
@@ -26,123 +28,185 @@ namespace Array
 namespace Pattern
 {
 
-// d[x] += k[0] s[0][x], then k[1] s[1][x], ... for `count` (1 to 4) taps: up to four
-// terms per load and store of the running sums, in the order of the taps. With `first`
-// the sums start from 0.0 instead of reading d.
+// One strip of kStripWidth results: for each tap t in order, sum[i] += k[t] x
+// tap0[t step + i], the sums starting from 0.0 and held in registers for all taps.
+const long long kStripWidth = 32;
+
 template <class DstStor, class SrcStor, class KerStor, class MulT, class AddT>
-TAVLIN_ALWAYS_INLINE void AccumulateTaps(DstStor* __restrict d, const SrcStor* const* taps, const KerStor* k,
-                                         long long count, long long width, MulT mul, AddT add, bool first)
+TAVLIN_ALWAYS_INLINE void StripSums(DstStor* __restrict d, const SrcStor* __restrict tap0, long long step,
+                                    const KerStor* __restrict k, long long n, MulT mul, AddT add)
 {
-    const SrcStor* __restrict s0 = taps[0];
-    const KerStor k0 = k[0];
-    if (count == 4)
+    DstStor acc[kStripWidth];
+    for (long long i = 0; i < kStripWidth; ++i)
+        acc[i] = 0.0;
+    for (long long t = 0; t < n; ++t)
     {
-        const SrcStor* __restrict s1 = taps[1];
-        const SrcStor* __restrict s2 = taps[2];
-        const SrcStor* __restrict s3 = taps[3];
-        const KerStor k1 = k[1];
-        const KerStor k2 = k[2];
-        const KerStor k3 = k[3];
-        if (first)
-        {
-            for (long long x = 0; x < width; ++x)
-            {
-                DstStor acc = 0.0;
-                add(acc, mul(k0, s0[x]));
-                add(acc, mul(k1, s1[x]));
-                add(acc, mul(k2, s2[x]));
-                add(acc, mul(k3, s3[x]));
-                d[x] = acc;
-            }
-            return;
-        }
-        for (long long x = 0; x < width; ++x)
-        {
-            DstStor acc = d[x];
-            add(acc, mul(k0, s0[x]));
-            add(acc, mul(k1, s1[x]));
-            add(acc, mul(k2, s2[x]));
-            add(acc, mul(k3, s3[x]));
-            d[x] = acc;
-        }
-        return;
+        const KerStor kt = k[t];
+        const SrcStor* __restrict s = tap0 + t * step;
+        for (long long i = 0; i < kStripWidth; ++i)
+            add(acc[i], mul(kt, s[i]));
     }
-    long long j = 0;
-    if (first)
+    for (long long i = 0; i < kStripWidth; ++i)
+        d[i] = acc[i];
+}
+
+// The double form with the sums in explicit vectors of four, so that they surely stay
+// in registers; the same products and additions in the same order.
+typedef double StripVector __attribute__((vector_size(32)));
+
+TAVLIN_ALWAYS_INLINE void StripSums(double* __restrict d, const double* __restrict tap0, long long step,
+                                    const double* __restrict k, long long n, Trait::BpoMul<double, double, double>,
+                                    Trait::BpoAddAssign<double, double>)
+{
+    const int kVectors = kStripWidth / 4;
+    StripVector acc[kVectors];
+    for (int i = 0; i < kVectors; ++i)
+        acc[i] = StripVector{0.0, 0.0, 0.0, 0.0};
+    for (long long t = 0; t < n; ++t)
     {
-        for (long long x = 0; x < width; ++x)
+        const double kt = k[t];
+        const StripVector kv = {kt, kt, kt, kt};
+        const double* s = tap0 + t * step;
+        for (int i = 0; i < kVectors; ++i)
         {
-            DstStor acc = 0.0;
-            add(acc, mul(k0, s0[x]));
-            d[x] = acc;
+            StripVector v;
+            std::memcpy(&v, s + 4 * i, sizeof(v));
+            acc[i] += kv * v;
         }
-        j = 1;
     }
-    for (; j < count; ++j)
+    std::memcpy(d, acc, sizeof(acc));
+}
+
+// The vertical pass of doubles over four result rows at once, eight columns wide: each
+// source vector loaded serves every row of the block that has it as a tap, so the rows
+// are read a quarter as often. Each result still adds its taps in order from 0.0.
+// tap0 is the first tap of the block's first row; needs n >= 4.
+TAVLIN_ALWAYS_INLINE void BlockSums4x8(double* d, long long dStride, const double* tap0, long long step,
+                                       const double* k, long long n)
+{
+    StripVector acc[4][2];
+    for (int j = 0; j < 4; ++j)
+        acc[j][0] = acc[j][1] = StripVector{0.0, 0.0, 0.0, 0.0};
+    // Source row r is tap r - j of result row j.
+    auto add = [&](long long r, int j) {
+        const double kt = k[r - j];
+        const StripVector kv = {kt, kt, kt, kt};
+        StripVector v0, v1;
+        std::memcpy(&v0, tap0 + r * step, sizeof(v0));
+        std::memcpy(&v1, tap0 + r * step + 4, sizeof(v1));
+        acc[j][0] += kv * v0;
+        acc[j][1] += kv * v1;
+    };
+    for (long long r = 0; r < 3; ++r)
+        for (int j = 0; j <= r; ++j)
+            add(r, j);
+    for (long long r = 3; r < n; ++r)
     {
-        const SrcStor* __restrict sj = taps[j];
-        const KerStor kj = k[j];
-        for (long long x = 0; x < width; ++x)
-            add(d[x], mul(kj, sj[x]));
+        const double* s = tap0 + r * step;
+        StripVector v0, v1;
+        std::memcpy(&v0, s, sizeof(v0));
+        std::memcpy(&v1, s + 4, sizeof(v1));
+        for (int j = 0; j < 4; ++j)
+        {
+            const double kt = k[r - j];
+            const StripVector kv = {kt, kt, kt, kt};
+            acc[j][0] += kv * v0;
+            acc[j][1] += kv * v1;
+        }
+    }
+    for (long long r = n; r < n + 3; ++r)
+        for (int j = static_cast<int>(r - n) + 1; j < 4; ++j)
+            add(r, j);
+    for (int j = 0; j < 4; ++j)
+        std::memcpy(d + j * dStride, acc[j], sizeof(acc[j]));
+}
+
+// The same for the `count` results left over at a row's end, one at a time.
+template <class DstStor, class SrcStor, class KerStor, class MulT, class AddT>
+TAVLIN_ALWAYS_INLINE void TailSums(DstStor* d, const SrcStor* tap0, long long step, const KerStor* k, long long n,
+                                   long long count, MulT mul, AddT add)
+{
+    for (long long i = 0; i < count; ++i)
+    {
+        DstStor acc = 0.0;
+        for (long long t = 0; t < n; ++t)
+            add(acc, mul(k[t], tap0[t * step + i]));
+        d[i] = acc;
     }
 }
 
-// The row loop shared by both passes: result row y is the sum over taps t of
-// kernel[t] x row tapRow(y, t) of the source.
-template <class DstT, class KerT, class MulT, class AddT, class TapRowT>
-TAVLIN_ALWAYS_INLINE void ConvolveRows(DstT* dst, KerT* kernel, MulT mul, AddT add, TapRowT tapRow)
+// The loops shared by both passes: result pixel (x, y) is the sum over taps t of
+// kernel[t] x tap0(x, y)[t step]. With `blocksOfRows` (the vertical pass, whose taps
+// are rows) four result rows are made together.
+template <class DstT, class KerT, class MulT, class AddT, class Tap0T>
+TAVLIN_ALWAYS_INLINE void ConvolveRows(DstT* dst, KerT* kernel, MulT mul, AddT add, Tap0T tap0, long long step,
+                                       bool blocksOfRows)
 {
-    typedef typename DstT::StorType DstStor;
     const long long n = kernel->mWidth;
     const long long width = dst->mWidth;
     const long long height = dst->mHeight;
+    const long long full = width - width % kStripWidth;
     const typename KerT::StorType* k = kernel->PixelPtr(0, 0);
-    for (long long y = 0; y < height; ++y)
+    long long y = 0;
+    if (blocksOfRows && n >= 4)
     {
-        DstStor* __restrict d = dst->PixelPtr(0, y);
-        decltype(tapRow(y, 0)) taps[4];
-        for (long long i = 0; i < n; i += 4)
+        const long long blockFull = width - width % 8;
+        const long long dStride = dst->RowStride();
+        for (; y + 4 <= height; y += 4)
         {
-            for (long long j = 0; j < 4 && i + j < n; ++j)
-                taps[j] = tapRow(y, i + j);
-            AccumulateTaps(d, taps, k + i, n - i < 4 ? n - i : 4, width, mul, add, i == 0);
+            for (long long x = 0; x < blockFull; x += 8)
+                BlockSums4x8(dst->PixelPtr(x, y), dStride, tap0(x, y), step, k, n);
+            for (long long j = 0; j < 4 && blockFull < width; ++j)
+                TailSums(dst->PixelPtr(blockFull, y + j), tap0(blockFull, y + j), step, k, n, width - blockFull, mul,
+                         add);
         }
+    }
+    for (; y < height; ++y)
+    {
+        for (long long x = 0; x < full; x += kStripWidth)
+            StripSums(dst->PixelPtr(x, y), tap0(x, y), step, k, n, mul, add);
+        if (full < width)
+            TailSums(dst->PixelPtr(full, y), tap0(full, y), step, k, n, width - full, mul, add);
     }
 }
 
-template <class DstT, class KerT, class MulT, class AddT, class TapRowT>
-TAVLIN_TARGET_AVX2 void ConvolveRowsAvx2(DstT* dst, KerT* kernel, MulT mul, AddT add, TapRowT tapRow)
+template <class DstT, class KerT, class MulT, class AddT, class Tap0T>
+TAVLIN_TARGET_AVX2 void ConvolveRowsAvx2(DstT* dst, KerT* kernel, MulT mul, AddT add, Tap0T tap0, long long step,
+                                         bool blocksOfRows)
 {
-    ConvolveRows(dst, kernel, mul, add, tapRow);
+    ConvolveRows(dst, kernel, mul, add, tap0, step, blocksOfRows);
 }
 
-template <class DstT, class KerT, class MulT, class AddT, class TapRowT>
-void ConvolveByTapRows(DstT* dst, KerT* kernel, MulT mul, AddT add, int dispatchId, TapRowT tapRow)
+template <class DstT, class KerT, class MulT, class AddT, class Tap0T>
+void ConvolveByTaps(DstT* dst, KerT* kernel, MulT mul, AddT add, int dispatchId, Tap0T tap0, long long step,
+                    bool blocksOfRows)
 {
     if (dispatchId < 0 || dispatchId > 2)
         return;
     if (CpuHasAvx2())
-        ConvolveRowsAvx2(dst, kernel, mul, add, tapRow);
+        ConvolveRowsAvx2(dst, kernel, mul, add, tap0, step, blocksOfRows);
     else
-        ConvolveRows(dst, kernel, mul, add, tapRow);
+        ConvolveRows(dst, kernel, mul, add, tap0, step, blocksOfRows);
 }
 
 template <class DstT, class SrcT, class KerT, class MulT, class AddT>
 void FuncGenConv2dSepDispatch_H(DstT* dst, SrcT* src, KerT* kernel, MulT mul, AddT add, int dispatchId)
 {
     const long long h = kernel->mWidth / 2;
-    ConvolveByTapRows(dst, kernel, mul, add, dispatchId, [src, h](long long y, long long t) {
-        return static_cast<const typename SrcT::StorType*>(src->PixelPtr(-h, y) + t);
-    });
+    ConvolveByTaps(
+        dst, kernel, mul, add, dispatchId,
+        [src, h](long long x, long long y) { return static_cast<const typename SrcT::StorType*>(src->PixelPtr(x - h, y)); },
+        SrcT::ElemSize, false);
 }
 
 template <class DstT, class SrcT, class KerT, class MulT, class AddT>
 void FuncGenConv2dSepDispatch_V(DstT* dst, SrcT* src, KerT* kernel, MulT mul, AddT add, int dispatchId)
 {
     const long long h = kernel->mWidth / 2;
-    ConvolveByTapRows(dst, kernel, mul, add, dispatchId, [src, h](long long y, long long t) {
-        return static_cast<const typename SrcT::StorType*>(src->PixelPtr(0, y - h + t));
-    });
+    ConvolveByTaps(
+        dst, kernel, mul, add, dispatchId,
+        [src, h](long long x, long long y) { return static_cast<const typename SrcT::StorType*>(src->PixelPtr(x, y - h)); },
+        src->RowStride(), true);
 }
 
 } // namespace Pattern

@@ -49,6 +49,7 @@ private:
     long long mHeight;
     View mViews[3];
     std::vector<long long> mColumns;
+    bool mColumnsAdjacent = false; // no mirrored column among mColumns
     std::vector<const double*> mRows;
     std::vector<double> mRowSums;
 };

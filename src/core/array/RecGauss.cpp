@@ -34,21 +34,27 @@ Array2dReal64* MakeDifferenceKernel(int order)
 
 } // namespace
 
-void RecGauss(Array2dReal64*& dst, Array2dReal64* src, double sigmaX, double sigmaY, int orderX, int orderY,
-              int precision)
+Array2dReal64* RecGaussSmoothing(Array2dReal64* src, double sigmaX, double sigmaY, int orderX, int orderY,
+                                 int precision)
 {
     std::unique_ptr<Array2dReal64> kx(MakeGaussIIR1d(sigmaX, orderX, precision));
     std::unique_ptr<Array2dReal64> ky(MakeGaussIIR1d(sigmaY, orderY, precision));
+    Array2dReal64* dst = nullptr;
+    RecConvKernelSeparated(dst, src, kx.get(), ky.get(), nullptr);
+    return dst;
+}
+
+void RecGauss(Array2dReal64*& dst, Array2dReal64* src, double sigmaX, double sigmaY, int orderX, int orderY,
+              int precision)
+{
     if (orderX == 0 && orderY == 0)
     {
+        std::unique_ptr<Array2dReal64> kx(MakeGaussIIR1d(sigmaX, orderX, precision));
+        std::unique_ptr<Array2dReal64> ky(MakeGaussIIR1d(sigmaY, orderY, precision));
         RecConvKernelSeparated(dst, src, kx.get(), ky.get(), nullptr);
         return;
     }
-    Array2dReal64* smoothed = nullptr;
-    RecConvKernelSeparated(smoothed, src, kx.get(), ky.get(), nullptr);
-    std::unique_ptr<Array2dReal64> temp(smoothed);
-    kx.reset();
-    ky.reset();
+    std::unique_ptr<Array2dReal64> temp(RecGaussSmoothing(src, sigmaX, sigmaY, orderX, orderY, precision));
 
     std::unique_ptr<Array2dReal64> dx(MakeDifferenceKernel(orderX));
     std::unique_ptr<Array2dReal64> dy(MakeDifferenceKernel(orderY));

@@ -18,6 +18,11 @@ namespace Array
 void RecGauss(Array2dReal64*& dst, Array2dReal64* src, double sigmaX, double sigmaY, int orderX, int orderY,
               int precision);
 
+// The smoothing step of RecGauss alone: the plane whose differences give the derivative
+// of those orders, in a new array owned by the caller.
+Array2dReal64* RecGaussSmoothing(Array2dReal64* src, double sigmaX, double sigmaY, int orderX, int orderY,
+                                 int precision);
+
 } // namespace Array
 } // namespace Core
 } // namespace Tavlin

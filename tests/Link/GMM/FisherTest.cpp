@@ -47,9 +47,8 @@ TEST(Fisher, SingleGaussianByHand)
 {
     // mean 1, variance 4, samples 3 and 5: s0 = 2, s1 = 8, s2 = 34.
     gaussian_mixture<double> g(1, 1);
-    std::vector<double> mean = {1}, var = {4}, coef = {1};
-    std::vector<double*> means = {mean.data()}, vars = {var.data()};
-    g.set(means, vars, coef);
+    MixtureData one{{1}, {{1}}, {{4}}};
+    SetModel(g, one);
     fisher_param p = Raw(true);
     fisher<double> f(p);
     f.set_model(g);
@@ -81,14 +80,13 @@ TEST(Fisher, SampleAtAMeanOfTwoSeparatedGaussians)
     // At the mean of Gaussian 0: its mean gradient vanishes and each variance entry is
     // -s0 * sqrt(0.5 / 0.5) = -1; Gaussian 1, far away, takes no part.
     gaussian_mixture<double> g(2, 2);
-    std::vector<double> m0 = {0, 0}, m1 = {100, 100}, v = {1, 1}, coef = {1, 1};
-    std::vector<double*> means = {m0.data(), m1.data()}, vars = {v.data(), v.data()};
-    g.set(means, vars, coef);
+    MixtureData two{{1, 1}, {{0, 0}, {100, 100}}, {{1, 1}, {1, 1}}};
+    SetModel(g, two);
     fisher_param p = Raw();
     fisher<double> f(p);
     f.set_model(g);
     ASSERT_EQ(f.dim(), 8);
-    std::vector<double*> x = {m0.data()};
+    std::vector<double*> x = {two.mean[0].data()};
     std::vector<double> out(8);
     f.compute(x, out.data());
     const std::vector<double> expected = {0, 0, 0, 0, -1, -1, 0, 0};

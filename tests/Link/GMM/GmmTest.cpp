@@ -76,9 +76,8 @@ std::vector<T> Flatten(T** rows, int K, int D)
 TEST(GaussianMixture, SingleGaussianHasPosteriorOneAndItsOwnLogDensity)
 {
     gaussian_mixture<double> g(1, 3);
-    std::vector<double> mean = {1, -2, 0.5}, var = {4, 0.25, 1}, coef = {3};
-    std::vector<double*> means = {mean.data()}, vars = {var.data()};
-    g.set(means, vars, coef);
+    MixtureData m{{3}, {{1, -2, 0.5}}, {{4, 0.25, 1}}};
+    SetModel(g, m);
     EXPECT_EQ(g.get_coef()[0], 1.0);
 
     double x[3] = {2, -2.5, 0.5};
@@ -241,10 +240,8 @@ TEST(GaussianMixture, OneIterationUpdatesOnceAndTheVarianceFloorWins)
     em_param p;
     p.max_iter = 1;
     gaussian_mixture<double> g(p, 2, 1);
-    std::vector<double> m0 = {0}, m1 = {100}, v = {1};
-    std::vector<double*> means = {m0.data(), m1.data()}, vars = {v.data(), v.data()};
-    std::vector<double> coef = {1, 1};
-    g.set(means, vars, coef);
+    MixtureData start{{1, 1}, {{0}, {100}}, {{1}, {1}}};
+    SetModel(g, start);
 
     testing::internal::CaptureStdout();
     g.em(rows);
@@ -267,10 +264,8 @@ TEST(GaussianMixture, OneIterationUpdatesOnceAndTheVarianceFloorWins)
 
     // Variances given below the absolute floor are raised to it.
     gaussian_mixture<double> h(1, 2);
-    std::vector<double> tiny = {0, 1e-12}, zero = {0, 0};
-    std::vector<double*> hv = {tiny.data()}, hm = {zero.data()};
-    std::vector<double> hc = {1};
-    h.set(hm, hv, hc);
+    MixtureData tiny{{1}, {{0, 0}}, {{0, 1e-12}}};
+    SetModel(h, tiny);
     EXPECT_EQ(h.get_var()[0][0], static_cast<double>(1e-9f));
     EXPECT_EQ(h.get_var()[0][1], static_cast<double>(1e-9f));
 }
@@ -290,14 +285,9 @@ TEST(GaussianMixture, SaveLoadRoundTripForBothWidths)
     ASSERT_EQ(back.n_gauss(), 3);
     ASSERT_EQ(back.n_dim(), 5);
     for (int j = 0; j < 3; j++)
-    {
         EXPECT_EQ(back.get_coef()[j], g.get_coef()[j]);
-        for (int k = 0; k < 5; k++)
-        {
-            EXPECT_EQ(back.get_mean()[j][k], g.get_mean()[j][k]);
-            EXPECT_EQ(back.get_var()[j][k], g.get_var()[j][k]);
-        }
-    }
+    EXPECT_EQ(Flatten(back.get_mean(), 3, 5), Flatten(g.get_mean(), 3, 5));
+    EXPECT_EQ(Flatten(back.get_var(), 3, 5), Flatten(g.get_var(), 3, 5));
     double x[5] = {0.1, 0.2, -0.3, 1, 2};
     EXPECT_EQ(back.log_p(x), g.log_p(x));
 
@@ -383,4 +373,67 @@ TEST(GaussianMixture, PrintsParametersAndModel)
               "  max_iter = 100\n  alpha = 100\n  llh_diff_thr = 0.001\n  min_gamma = 0.0001\n"
               "  variance_floor = 1e-09\n  variance_floor_factor = 0.01\n");
     EXPECT_DEATH(g.print(false, false, false), "print_coef \\|\\| print_mean \\|\\| print_var");
+}
+
+TEST(GaussianMixture, ModelFilesWithoutPositiveWeightsOrVariancesAreRefused)
+{
+    TestSupport::TempDir dir;
+    auto load = [&](const std::string& bytes, bool asDouble, std::string& messages) {
+        const std::string p = dir.File("model.gmm");
+        TestSupport::WriteTextFile(p, bytes);
+        testing::internal::CaptureStderr();
+        int status;
+        int ngauss;
+        if (asDouble)
+        {
+            gaussian_mixture<double> d(2, 2);
+            status = d.load(p.c_str());
+            ngauss = d.n_gauss();
+        }
+        else
+        {
+            gaussian_mixture<float> f(2, 2);
+            status = f.load(p.c_str());
+            ngauss = f.n_gauss();
+        }
+        messages = testing::internal::GetCapturedStderr();
+        return status == 0 ? ngauss : -1;
+    };
+    auto model = [](int32_t ngauss, int32_t ndim, const std::vector<double>& values) {
+        std::string bytes(reinterpret_cast<char*>(&ngauss), 4);
+        bytes.append(reinterpret_cast<char*>(&ndim), 4);
+        bytes.append(reinterpret_cast<const char*>(values.data()), values.size() * sizeof(double));
+        return bytes;
+    };
+    std::string messages;
+    // coef, means, variances per Gaussian.
+    EXPECT_EQ(load(model(2, 1, {0.5, 0, 1, 0.5, 1, 2}), true, messages), 2);
+    EXPECT_EQ(messages, "");
+    const std::vector<std::vector<double>> bad = {{0.5, 0, 0, 0.5, 1, 2},   {0.5, 0, 1, 0.5, 1, -2},
+                                                  {0.0, 0, 1, 1.0, 1, 2},   {-0.5, 0, 1, 1.5, 1, 2},
+                                                  {0.5, 0, NAN, 0.5, 1, 2}, {0.5, INFINITY, 1, 0.5, 1, 2},
+                                                  {0.5, 0, 1, INFINITY, 1, 2}};
+    for (const std::vector<double>& values : bad)
+    {
+        EXPECT_EQ(load(model(2, 1, values), true, messages), -1) << values[0] << " " << values[2];
+        EXPECT_NE(messages.find("weights and variances must be positive numbers"), std::string::npos) << messages;
+    }
+
+    // Found by fuzzing, the first byte choosing the element width (odd: double): a float
+    // model whose first Gaussian has variance 0, and a double model of no Gaussians in
+    // 84475904 dimensions, which took seconds and hundreds of megabytes to set up.
+    const std::string found = std::string(LUMISK_TEST_DATA) + "/fuzz/GaussianMixtureFuzz/";
+    const std::string zeroVariance = TestSupport::ReadTextFile(found + "zero-variance");
+    ASSERT_GT(zeroVariance.size(), 9u);
+    EXPECT_EQ(zeroVariance[0] % 2, 0);
+    EXPECT_EQ(load(zeroVariance.substr(1), false, messages), -1);
+    EXPECT_NE(messages.find("weights and variances must be positive numbers"), std::string::npos) << messages;
+    const std::string noGaussians = TestSupport::ReadTextFile(found + "dimensions-without-gaussians");
+    ASSERT_EQ(noGaussians.size(), 9u);
+    EXPECT_EQ(noGaussians[0] % 2, 1);
+    EXPECT_EQ(load(noGaussians.substr(1), true, messages), -1);
+    EXPECT_NE(messages.find("dimensions without Gaussians"), std::string::npos) << messages;
+    // The empty model is still one.
+    EXPECT_EQ(load(model(0, 0, {}), true, messages), 0);
+    EXPECT_EQ(messages, "");
 }

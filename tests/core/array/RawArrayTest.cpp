@@ -179,8 +179,8 @@ TEST(RawArrayRead, OtherTypesCountsAndTextPayloads)
     EXPECT_EQ(values->mData[1], ~0ULL);
 
     // nr 3: ReadRaw keeps the last, ReadRawList gives all, reusing what the list has.
-    std::unique_ptr<IOBuffer> list = RawFile("version: 1, binary: 1, type: real64, elemSize: 1, width: 2, height: 1, nr: 3",
-                                             BytesOf(std::vector<double>{1, 2, 3, 4, 5, 6}));
+    const std::string threeHeader = "version: 1, binary: 1, type: real64, elemSize: 1, width: 2, height: 1, nr: 3";
+    std::unique_ptr<IOBuffer> list = RawFile(threeHeader, BytesOf(std::vector<double>{1, 2, 3, 4, 5, 6}));
     std::unique_ptr<Array2dReal64> last = Read<Array2dReal64>(list.get());
     ASSERT_TRUE(last);
     EXPECT_EQ(last->mData[0], 5);

@@ -97,12 +97,6 @@ TEST(ReadFile, NameDecidesWhetherAndContentHowAFileIsRead)
         EXPECT_EQ(r.image->PixelPtr(1, 1)[2], 12);
         EXPECT_EQ(r.log, "");
     }
-
-    // A file that is not there is no image, and no crash.
-    TestSupport::TempDir dir;
-    Array2dVec3UInt8* image = nullptr;
-    ReadFile(image, Tavlin::Persistency::RepositoryGetFile(dir.File("missing.jpg"), false, true));
-    EXPECT_FALSE(image);
 }
 
 TEST(ReadImage, ShortEmptyAndGarbageFilesAreAnsweredWithMessages)

@@ -100,7 +100,8 @@ TEST(ScaleAntialiased, ConstantImageStaysConstantInBothPassOrders)
     // Odd shapes, to nothing or a few pixels: no crash.
     for (const auto& shape : {std::make_pair(1LL, 1LL), std::make_pair(1LL, 300LL), std::make_pair(700LL, 12LL)})
     {
-        Byte3Ptr odd(MakeColourImage8(shape.first, shape.second, [](long long x, long long y, int) { return (x + y) % 256; }));
+        Byte3Ptr odd(
+            MakeColourImage8(shape.first, shape.second, [](long long x, long long y, int) { return (x + y) % 256; }));
         for (long long n : {0LL, 1LL, 5LL})
         {
             Real3Ptr dst = Scaled(odd.get(), n, n + 1);

@@ -16,6 +16,7 @@
 #include "support/LogCapture.h"
 #include "support/Mixtures.h"
 #include "support/PointTables.h"
+#include "support/QuantizerRows.h"
 #include "support/TestSupport.h"
 
 using namespace Tavlin::Core::Feature;
@@ -28,14 +29,6 @@ namespace
 const char* const kLog = "Tavlin.Core.Feature.FisherQuantizer";
 
 using Store = CodebookStore;
-
-double Norm(const double* v, int n)
-{
-    double sum = 0;
-    for (int i = 0; i < n; i++)
-        sum += v[i] * v[i];
-    return std::sqrt(sum);
-}
 
 } // namespace
 
@@ -79,10 +72,10 @@ TEST(FisherQuantizer, OneUnitFisherVectorPerCellAndZeroForAnEmptyCell)
         const double* row = rows->GetVectorData(r);
         if (cells[r].empty())
         {
-            EXPECT_EQ(Norm(row, 24), 0.0);
+            EXPECT_EQ(Norm(Row(rows, r)), 0.0);
             continue;
         }
-        EXPECT_NEAR(Norm(row, 24), 1.0, 1e-14) << r;
+        EXPECT_NEAR(Norm(Row(rows, r)), 1.0, 1e-14) << r;
         std::vector<double*> x;
         for (int i : cells[r])
             x.push_back(d[i].data());

@@ -16,6 +16,7 @@
 using namespace Tavlin::Core::Feature;
 using TestSupport::CodebookFeature;
 using TestSupport::MakePointTable;
+using TestSupport::Row;
 
 namespace
 {
@@ -24,21 +25,7 @@ using Table = std::unique_ptr<PointDescriptorTable>;
 // (code word, element, threshold) rows as the feature table of a forest.
 FeatureTable* ForestOf(const std::vector<std::tuple<int, int, double>>& rows)
 {
-    RandomTreeTable table(static_cast<int>(rows.size()));
-    for (size_t i = 0; i < rows.size(); ++i)
-    {
-        table.mColumn1.mData[i] = std::get<0>(rows[i]);
-        table.mColumn2.mData[i] = std::get<1>(rows[i]);
-        table.mColumn3.mData[i] = std::get<2>(rows[i]);
-    }
-    table.SetSize(static_cast<int>(rows.size()));
-    return MakeFeatureTable(&table);
-}
-
-std::vector<double> Row(const Table& table, int r)
-{
-    const double* v = table->GetDescriptor(r);
-    return std::vector<double>(v, v + table->GetDescriptorLength());
+    return MakeFeatureTable(TestSupport::ForestTable(rows).get());
 }
 
 // Element 7 of a descriptor of 8, the rest 0.

@@ -20,6 +20,7 @@
 using namespace Tavlin::Core::Feature;
 using TestSupport::MakePointTable;
 using TestSupport::MatrixOf;
+using TestSupport::Row;
 
 namespace
 {
@@ -39,12 +40,6 @@ struct Projection : TestSupport::CodebookFeature
         return CodebookFeature::Project(std::move(table), mode, 100, 100);
     }
 };
-
-std::vector<double> Row(const Table& table, int r)
-{
-    const double* v = table->GetDescriptor(r);
-    return std::vector<double>(v, v + table->GetDescriptorLength());
-}
 } // namespace
 
 TEST(ProjectOntoCodebook, HardRowsAreWordFrequenciesPerCell)

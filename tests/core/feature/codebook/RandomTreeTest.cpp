@@ -10,29 +10,18 @@
 #include <vector>
 
 #include "core/feature/codebook/GetCodebookLength.h"
+#include "support/CodebookFeatures.h"
 #include "support/LogCapture.h"
 
 using namespace Tavlin::Core::Feature;
 using Tavlin::Quid;
 using Tavlin::Core::Vector::VectorTem;
+using TestSupport::ForestTable;
 using TestSupport::LogCapture;
 
 namespace
 {
 using Row = std::tuple<int, int, double>;
-
-std::unique_ptr<RandomTreeTable> TableOf(const std::vector<Row>& rows)
-{
-    std::unique_ptr<RandomTreeTable> table(new RandomTreeTable(static_cast<int>(rows.size())));
-    for (size_t i = 0; i < rows.size(); ++i)
-    {
-        table->mColumn1.mData[i] = std::get<0>(rows[i]);
-        table->mColumn2.mData[i] = std::get<1>(rows[i]);
-        table->mColumn3.mData[i] = std::get<2>(rows[i]);
-    }
-    table->SetSize(static_cast<int>(rows.size()));
-    return table;
-}
 
 std::vector<Row> RowsOf(const RandomTreeTable& table)
 {
@@ -58,7 +47,7 @@ VectorTem<double> Descriptor(std::vector<double>& values)
 TEST(RandomTree, StatedExamples)
 {
     // One row with code word 0: one tree of one leaf.
-    auto single = TableOf({Row(0, -1, -1.0)});
+    auto single = ForestTable({Row(0, -1, -1.0)});
     Forest one(ReadRandomForest(single.get()));
     ASSERT_EQ(one.trees.size(), 1u);
     EXPECT_TRUE(one.trees[0]->IsLeaf());
@@ -66,7 +55,7 @@ TEST(RandomTree, StatedExamples)
     EXPECT_EQ(GetCodebookLength(singleFeatures.get()), 1);
 
     // An inner node on element 7 at 0.5 over the leaves 0 and 1.
-    auto three = TableOf({Row(-1, 7, 0.5), Row(0, -1, -1.0), Row(1, -1, -1.0)});
+    auto three = ForestTable({Row(-1, 7, 0.5), Row(0, -1, -1.0), Row(1, -1, -1.0)});
     Forest forest(ReadRandomForest(three.get()));
     ASSERT_EQ(forest.trees.size(), 1u);
     RandomTree* tree = forest.trees[0];
@@ -84,7 +73,7 @@ TEST(RandomTree, StatedExamples)
     EXPECT_EQ(tree->GetCodeWord(Descriptor(shorter)), -1);
 
     // An inner node's code word is -1 whatever negative value its row holds.
-    auto other = TableOf({Row(-5, 0, 1.0), Row(2, 3, 4.0), Row(3, -1, -1.0)});
+    auto other = ForestTable({Row(-5, 0, 1.0), Row(2, 3, 4.0), Row(3, -1, -1.0)});
     Forest minus(ReadRandomForest(other.get()));
     ASSERT_EQ(minus.trees.size(), 1u);
     EXPECT_EQ(minus.trees[0]->mCW, -1);
@@ -97,7 +86,7 @@ TEST(RandomTree, TableFormsAndWriteReadRoundTrip)
     // Two trees; the leaves numbered 0 to 4 in table order.
     const std::vector<Row> rows{Row(-1, 0, 10.0), Row(0, -1, -1.0), Row(1, -1, -1.0),  Row(-1, 2, 5.0),
                                 Row(-1, 1, -3.0), Row(2, -1, -1.0), Row(3, -1, -1.0), Row(4, -1, -1.0)};
-    auto table = TableOf(rows);
+    auto table = ForestTable(rows);
     std::unique_ptr<FeatureTable> features(MakeFeatureTable(table.get()));
     ASSERT_TRUE(features);
     EXPECT_EQ(features->GetFeatureDefinition().name, "ceci_nest_pas_un_feature_table_its_a_random-forest");
@@ -139,7 +128,7 @@ TEST(RandomTree, TableFormsAndWriteReadRoundTrip)
         chain.emplace_back(i, -1, -1.0);
     }
     chain.emplace_back(depth, -1, -1.0);
-    auto deep = TableOf(chain);
+    auto deep = ForestTable(chain);
     Forest tall(ReadRandomForest(deep.get()));
     ASSERT_EQ(tall.trees.size(), 1u);
     std::vector<double> far{1e9};
@@ -155,7 +144,7 @@ TEST(RandomTree, TablesThatHoldNoWholeForestAreReported)
         // An inner node in the last row: the table ends inside the tree.
         LogCapture read("Tavlin.Core.Feature.RandomTree.Read", log4cpp::Priority::ERROR);
         LogCapture forest("Tavlin.Core.Feature.ReadRandomForest", log4cpp::Priority::ERROR);
-        auto cut = TableOf({Row(0, -1, -1.0), Row(-1, 3, 0.5), Row(1, -1, -1.0)});
+        auto cut = ForestTable({Row(0, -1, -1.0), Row(-1, 3, 0.5), Row(1, -1, -1.0)});
         Forest none(ReadRandomForest(cut.get()));
         EXPECT_TRUE(none.trees.empty());
         EXPECT_EQ(read.Text(), "parse error in Read(RandomTreeTable*,int)\n");
@@ -170,7 +159,7 @@ TEST(RandomTree, TablesThatHoldNoWholeForestAreReported)
     }
     {
         // An empty table is an empty forest.
-        auto empty = TableOf({});
+        auto empty = ForestTable({});
         EXPECT_TRUE(Forest(ReadRandomForest(empty.get())).trees.empty());
     }
     {
