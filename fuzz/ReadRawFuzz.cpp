@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "FuzzSupport.h"
+#include "core/array/ArrayFactories.h"
 #include "core/array/ReadRaw.h"
 
 using namespace Tavlin::Core::Array;
@@ -11,6 +12,9 @@ using namespace Tavlin::Core::Array;
 namespace
 {
 
+// Into a new array, then once more from where the first read stopped (arrays may
+// follow one another in a stream), and into an array made beforehand, whose size a
+// version 2 header keeps.
 template <class ArrayT>
 void ReadOne(const uint8_t* data, size_t size)
 {
@@ -18,6 +22,14 @@ void ReadOne(const uint8_t* data, size_t size)
     ArrayT* array = nullptr;
     ReadRaw(array, buffer.get());
     delete array;
+    array = nullptr;
+    ReadRaw(array, buffer.get());
+    delete array;
+
+    buffer->Rewind();
+    std::unique_ptr<ArrayT> given(ArrayCreate<ArrayT>(3, 2, 0, 0, nullptr, false));
+    ArrayT* target = given.get();
+    ReadRaw(target, buffer.get());
 }
 
 } // namespace
@@ -38,6 +50,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     std::vector<Array2dReal64*> list;
     ReadRawList(list, buffer.get());
     for (Array2dReal64* a : list)
+    {
+        FuzzSupport::Touch(a);
+        delete a;
+    }
+
+    // A list that holds one array already.
+    buffer->Rewind();
+    std::vector<Array2dReal64*> given = {ArrayCreate<Array2dReal64>(2, 2, 0, 0, nullptr, false)};
+    ReadRawList(given, buffer.get());
+    for (Array2dReal64* a : given)
         delete a;
     return 0;
 }

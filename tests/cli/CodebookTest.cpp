@@ -6,7 +6,6 @@
 #include <memory>
 #include <string>
 
-#include "core/array/WriteRaw.h"
 #include "core/feature/PointDescriptorIO.h"
 #include "support/Matrices.h"
 #include "support/TableFiles.h"
@@ -14,7 +13,6 @@
 #include "util/IOBufferFile.h"
 
 using namespace TestSupport;
-using Tavlin::Core::Array::Array2dReal64;
 using Tavlin::Util::IOBuffer;
 using Tavlin::Util::IOBufferFile;
 
@@ -33,8 +31,8 @@ void WriteCodebooks(const TempDir& dir)
 {
     MatrixPtr words = RandomMatrix(8, 16, 3);
     MatrixPtr points = MatrixOf(8, 5);
-    WriteWith(dir.File("cb.raw"), [&](IOBuffer* b) { Tavlin::Core::Array::WriteRaw(words.get(), b, 1); });
-    WriteWith(dir.File("cb.zlib.raw"), [&](IOBuffer* b) { Tavlin::Core::Array::WriteRaw(words.get(), b, 3); });
+    WriteRawFile(dir.File("cb.raw"), {words.get()});
+    WriteRawFile(dir.File("cb.zlib.raw"), {words.get()}, 3);
     WriteWith(dir.File("cb.txt"), [&](IOBuffer* b) {
         Tavlin::Core::Feature::WriteVESK1ToBuffer(b, points.get(), words.get(), "CIRCLE");
     });

@@ -4,44 +4,20 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <memory>
 #include <string>
 #include <vector>
 
-#include "core/array/WriteRaw.h"
 #include "support/DescriptorFiles.h"
 #include "support/ImageCodecs.h"
 #include "support/Matrices.h"
 #include "support/PhotoRuns.h"
 #include "support/TableFiles.h"
-#include "util/IOBufferFile.h"
 
 using namespace TestSupport;
-using Tavlin::Core::Array::Array2dReal64;
-using Tavlin::Util::IOBuffer;
-using Tavlin::Util::IOBufferFile;
 
 namespace
 {
 const int sWords = 8;
-
-// Raw arrays written one after the other, as a list.
-void WriteRawFile(const std::string& path, const std::vector<Array2dReal64*>& matrices)
-{
-    std::unique_ptr<IOBuffer> buffer(new IOBufferFile(path, false, false, false));
-    ASSERT_TRUE(buffer->Valid());
-    for (Array2dReal64* m : matrices)
-        Tavlin::Core::Array::WriteRaw(m, buffer.get(), 1);
-}
-
-// Words of SIFT-like size: values from 0 to 100.
-MatrixPtr Words(int rows, int width, unsigned seed)
-{
-    MatrixPtr m = RandomMatrix(rows, width, seed);
-    for (long long i = 0; i < m->mWidth * m->mHeight; ++i)
-        m->mData[i] = 50.0 * (m->mData[i] + 1.0);
-    return m;
-}
 
 double RowSum(const DescriptorFile& out, long long r, bool squares)
 {
@@ -57,7 +33,7 @@ class Projection : public PhotoRun
 protected:
     void SetUp() override
     {
-        MatrixPtr words = Words(sWords, 128, 7);
+        MatrixPtr words = SiftWords(sWords, 128, 7);
         WriteRawFile(dir.File("cb.raw"), {words.get()});
     }
 };
@@ -123,7 +99,7 @@ TEST_F(Projection, ResidualRowsHaveUnitNormAndHardIndexKeepsThePoints)
 
 TEST_F(Projection, CodebookAndReductionMustFitTheDescriptors)
 {
-    MatrixPtr narrow = Words(sWords, 64, 8);
+    MatrixPtr narrow = SiftWords(sWords, 64, 8);
     WriteRawFile(dir.File("cb64.raw"), {narrow.get()});
     RunResult wrong = Run({"--codebook", "cb64.raw"});
     EXPECT_EQ(wrong.status, 1);

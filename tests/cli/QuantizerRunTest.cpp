@@ -9,18 +9,15 @@
 #include <utility>
 #include <vector>
 
-#include "core/array/WriteRaw.h"
 #include "core/feature/codebook/RandomTree.h"
 #include "support/CodebookFeatures.h"
 #include "support/DescriptorFiles.h"
 #include "support/Matrices.h"
 #include "support/PhotoRuns.h"
 #include "support/TableFiles.h"
-#include "util/IOBufferFile.h"
 
 using namespace TestSupport;
 using namespace Tavlin::Core::Feature;
-using Tavlin::Core::Array::Array2dReal64;
 
 namespace
 {
@@ -38,23 +35,6 @@ protected:
         ASSERT_GT(points.vectors->mHeight, 20);
         ASSERT_EQ(points.vectors->mWidth, 128);
         ASSERT_EQ(remove(dir.File("o.bin").c_str()), 0);
-    }
-
-    void WriteCodebook(const std::string& name, const Array2dReal64* words)
-    {
-        std::unique_ptr<Tavlin::Util::IOBuffer> buffer(
-            new Tavlin::Util::IOBufferFile(dir.File("Codebooks/" + name + ".codebook.raw"), false, false, false));
-        ASSERT_TRUE(buffer->Valid());
-        Tavlin::Core::Array::WriteRaw(const_cast<Array2dReal64*>(words), buffer.get(), 1);
-    }
-
-    // Words in the range of SIFT values.
-    MatrixPtr Words(int count)
-    {
-        MatrixPtr words = RandomMatrix(count, 128, 23);
-        for (long long i = 0; i < words->mWidth * words->mHeight; ++i)
-            words->mData[i] = 60.0 * (words->mData[i] + 1.0);
-        return words;
     }
 
     const double* Descriptor(long long i) const { return points.vectors->mData + i * 128; }
@@ -92,8 +72,8 @@ std::string ForestFile(const std::vector<RandomTree*>& forest)
 
 TEST_F(QuantizerRun, ClosestWord5WritesEachPointWithItsFiveNearestWords)
 {
-    MatrixPtr words = Words(12);
-    WriteCodebook("words", words.get());
+    MatrixPtr words = SiftWords(12, 128, 23);
+    WriteRawFile(dir.File("Codebooks/words.codebook.raw"), {words.get()});
     RunResult run = Run({"--codebook", "Codebooks/words.codebook.raw", "--codebookName", "words", "--codebookMode",
                          "closestword5"});
     ASSERT_EQ(run.status, 0) << run.out;
@@ -208,8 +188,8 @@ TEST_F(QuantizerRun, UnusableCodebooksEndTheRunBeforeAnyImage)
         refused({"--codebook", name, "--codebookMode", "forest"}, "ERROR");
 
     // A codebook that is no forest: a raw array has no table to read.
-    MatrixPtr words = Words(4);
-    WriteCodebook("four", words.get());
+    MatrixPtr words = SiftWords(4, 128, 23);
+    WriteRawFile(dir.File("Codebooks/four.codebook.raw"), {words.get()});
     refused({"--codebook", "Codebooks/four.codebook.raw", "--codebookMode", "forest"},
             "Mode forest needs the codebook as a table file");
     // Four words are too few for five, and kdhard is not in this build.

@@ -72,14 +72,6 @@ TEST(RegionDescriptorCli, HistogramsHaveTheirLengthsAndUnitPlanes)
     std::vector<std::vector<double>> hue = Dense(dir, "huehistogram", &length);
     EXPECT_EQ(length, 37);
     EXPECT_NEAR(std::accumulate(hue[0].begin(), hue[0].end(), 0.0), 1.0, 1e-4);
-    Dense(dir, "huehistogram", &length, {"--descriptorBinCount", "36"});
-    EXPECT_EQ(length, 36);
-    Dense(dir, "nrghistogram", &length, {"--descriptorBinCount", "10"});
-    EXPECT_EQ(length, 20);
-    Dense(dir, "colormomentinvariants", &length);
-    EXPECT_EQ(length, 24);
-    Dense(dir, "colormoments", &length);
-    EXPECT_EQ(length, 30);
 
     // SIFT first, then the hue histogram x 512 in whole numbers.
     std::vector<std::vector<double>> sift = Dense(dir, "sift", &length);

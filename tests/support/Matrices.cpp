@@ -3,7 +3,11 @@
 #include <algorithm>
 #include <cmath>
 
+#include <gtest/gtest.h>
+
+#include "core/array/WriteRaw.h"
 #include "core/matrix/MatCreate.h"
+#include "util/IOBufferFile.h"
 
 namespace TestSupport
 {
@@ -26,6 +30,16 @@ MatrixPtr RandomMatrix(int rows, int cols, unsigned seed)
         m->mData[i] = ((state >> 8) & 0xffff) / 32768.0 - 1.0;
     }
     return m;
+}
+
+void WriteRawFile(const std::string& path, const std::vector<Tavlin::Core::Array::Array2dReal64*>& matrices,
+                  int binary)
+{
+    Tavlin::Util::IOBufferFile buffer(path, false, false, false);
+    if (!buffer.Valid())
+        ADD_FAILURE() << "cannot write " << path;
+    for (Tavlin::Core::Array::Array2dReal64* m : matrices)
+        Tavlin::Core::Array::WriteRaw(m, &buffer, binary);
 }
 
 std::vector<double> RowValues(const Tavlin::Core::Array::Array2dReal64& m, long long r)

@@ -21,4 +21,12 @@ RunResult PhotoRun::Run(const std::vector<std::string>& more)
     return RunLumisk(args, dir.Path());
 }
 
+MatrixPtr SiftWords(int rows, int width, unsigned seed)
+{
+    MatrixPtr m = RandomMatrix(rows, width, seed);
+    for (long long i = 0; i < m->mWidth * m->mHeight; ++i)
+        m->mData[i] = 50.0 * (m->mData[i] + 1.0);
+    return m;
+}
+
 } // namespace TestSupport

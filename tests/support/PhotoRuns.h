@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/Matrices.h"
 #include "support/TestSupport.h"
 
 namespace TestSupport
@@ -23,6 +24,9 @@ protected:
 
     TempDir dir;
 };
+
+// Words in the range of SIFT values, 0 to 100.
+MatrixPtr SiftWords(int rows, int width, unsigned seed);
 
 } // namespace TestSupport
 

@@ -211,7 +211,9 @@ std::string ReadBinary(Array2dReal64*& points, Array2dReal64*& descriptors, Util
         TLOG_ERROR(sLogRead, "Can only read BINDESC1 with 8 bytes per element (double)");
         return "";
     }
-    if (elementsPerPoint < 0 || dimensionCount < 0 || pointCount < 0)
+    // Points always have values: rows of none would let a header of a few bytes announce
+    // two billion points that the file need not hold.
+    if (elementsPerPoint < 0 || dimensionCount < 0 || pointCount < 0 || (pointCount > 0 && elementsPerPoint == 0))
     {
         TLOG_ERROR(sLogRead, "[ERROR] Invalid BINDESC1 header: elementsPerPoint=" << elementsPerPoint
                                  << ", dimensionCount=" << dimensionCount << ", pointCount=" << pointCount);

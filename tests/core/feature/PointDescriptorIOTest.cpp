@@ -267,6 +267,28 @@ TEST(ReadBINDESC1FromBuffer, AnswersBadFilesWithMessages)
     EXPECT_EQ(Contents(Read(whole.substr(0, whole.size() - 8), true, false).points.get()), Contents(points.get()));
 }
 
+TEST(ReadBINDESC1FromBuffer, RefusesPointsWithoutValues)
+{
+    // 134 million points of no values and 6 descriptor values each, in a 32-byte file.
+    const std::string file =
+        TestSupport::ReadTextFile(std::string(LUMISK_TEST_DATA) + "/fuzz/PointDescriptorIO/points-of-no-values.bin");
+    ASSERT_EQ(file.size(), 32u);
+    for (int wanted = 1; wanted <= 3; ++wanted)
+    {
+        LogCapture log(kReadLog, log4cpp::Priority::ERROR);
+        ReadResult r = Read(file, wanted & 1, wanted & 2);
+        EXPECT_EQ(r.type, "") << wanted;
+        EXPECT_FALSE(r.points || r.descriptors) << wanted;
+        EXPECT_NE(log.Text().find("Invalid BINDESC1 header: elementsPerPoint=0, dimensionCount=6, "
+                                  "pointCount=134217732"),
+                  std::string::npos)
+            << log.Text();
+    }
+    // No points need no point values.
+    auto none = Matrix(0, 0);
+    EXPECT_EQ(Read(Write(kBinary, none.get(), nullptr)).type, "CIRCLE  ");
+}
+
 TEST(ReadBINDESC1FromBuffer, TextPointLinesThatAreNotCirclesThrow)
 {
     auto points = Matrix(3, 5);

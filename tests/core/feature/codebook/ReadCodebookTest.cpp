@@ -18,6 +18,7 @@
 #include "support/MemoryBuffer.h"
 #include "support/SyntheticImage.h"
 #include "support/TableFiles.h"
+#include "support/TestSupport.h"
 
 using Tavlin::Quid;
 using Tavlin::Core::Array::Array2dReal64;
@@ -131,11 +132,15 @@ TEST(ReadCodebookFromBuffer, TruncatedEmptyAndGarbageFilesGiveNullWithAMessage)
     EXPECT_FALSE(ReadFrom("BINDESC1garbage"));
     EXPECT_FALSE(ReadFrom(RawArrayFileBytes("version: 1, binary: 1, type: real64, elemSize: 1, width: 100000, "
                                             "height: 100000, nr: 1")));
+    // 67 million words of no values behind points of no values, in 37 bytes.
+    EXPECT_FALSE(ReadFrom(
+        ReadTextFile(std::string(LUMISK_TEST_DATA) + "/fuzz/ReadCodebook/words-of-points-of-no-values.bin")));
     EXPECT_EQ(log.Text(), "[ReadCodebookFromBuffer] IOBuffer is 0\n"
                           "[ReadCodebookTable] not a readable table file\n"
                           "[ReadCodebookFromBuffer] descriptor file without readable descriptors\n"
                           "[ReadCodebookFromBuffer] descriptor file without readable descriptors\n"
-                          "[ReadCodebookFromBuffer] raw array could not be read whole\n");
+                          "[ReadCodebookFromBuffer] raw array could not be read whole\n"
+                          "[ReadCodebookFromBuffer] descriptor file without readable descriptors\n");
 }
 
 TEST(ReadCodebookTable, KeepsQuidsAndVectorsForTheForest)
