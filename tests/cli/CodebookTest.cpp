@@ -2,29 +2,16 @@
 // the reduction matrix, and the files that cannot serve as a codebook.
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <memory>
 #include <string>
 
-#include "core/feature/PointDescriptorIO.h"
-#include "support/Matrices.h"
+#include "support/DescriptorFiles.h"
 #include "support/TableFiles.h"
 #include "support/TestSupport.h"
-#include "util/IOBufferFile.h"
 
 using namespace TestSupport;
-using Tavlin::Util::IOBuffer;
-using Tavlin::Util::IOBufferFile;
 
 namespace
 {
-
-void WriteWith(const std::string& path, const std::function<void(IOBuffer*)>& write)
-{
-    std::unique_ptr<IOBuffer> buffer(new IOBufferFile(path, false, false, false));
-    ASSERT_TRUE(buffer->Valid());
-    write(buffer.get());
-}
 
 // Files of the same eight words of 16 values, in each form the loader accepts.
 void WriteCodebooks(const TempDir& dir)
@@ -33,12 +20,8 @@ void WriteCodebooks(const TempDir& dir)
     MatrixPtr points = MatrixOf(8, 5);
     WriteRawFile(dir.File("cb.raw"), {words.get()});
     WriteRawFile(dir.File("cb.zlib.raw"), {words.get()}, 3);
-    WriteWith(dir.File("cb.txt"), [&](IOBuffer* b) {
-        Tavlin::Core::Feature::WriteVESK1ToBuffer(b, points.get(), words.get(), "CIRCLE");
-    });
-    WriteWith(dir.File("cb.bin"), [&](IOBuffer* b) {
-        Tavlin::Core::Feature::WriteBINDESC1ToBuffer(b, points.get(), words.get(), "CIRCLE  ");
-    });
+    WriteDescriptorFile(dir.File("cb.txt"), points, words, false);
+    WriteDescriptorFile(dir.File("cb.bin"), points, words, true);
     std::vector<double> values(words->mData, words->mData + 8 * 16);
     WriteTextFile(dir.File("cb.tab"), NewFormTable(8, 16, values));
 }

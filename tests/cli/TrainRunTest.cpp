@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <functional>
 #include <memory>
 #include <random>
 #include <string>
@@ -13,11 +12,8 @@
 #include <vector>
 
 #include "core/array/ReadRaw.h"
-#include "core/feature/PointDescriptorIO.h"
 #include "support/DescriptorFiles.h"
 #include "support/ImageCodecs.h"
-#include "support/Matrices.h"
-#include "support/SyntheticImage.h"
 #include "support/TestSupport.h"
 #include "util/IOBufferFile.h"
 
@@ -40,12 +36,7 @@ void WriteClusters(const std::string& path, int first, int count, int length, bo
     for (int i = 0; i < count; ++i)
         for (int k = 0; k < length; ++k)
             descriptors->mData[i * length + k] = 40.0 * ((first + i) % 3) * (k % 2 ? 1 : -1) + noise(generator);
-    std::unique_ptr<IOBuffer> buffer(new IOBufferFile(path, false, false, false));
-    ASSERT_TRUE(buffer->Valid());
-    if (binary)
-        Tavlin::Core::Feature::WriteBINDESC1ToBuffer(buffer.get(), points.get(), descriptors.get(), "CIRCLE  ");
-    else
-        Tavlin::Core::Feature::WriteVESK1ToBuffer(buffer.get(), points.get(), descriptors.get(), "CIRCLE");
+    WriteDescriptorFile(path, points, descriptors, binary);
 }
 
 MatrixPtr ReadRawMatrix(const std::string& path)
@@ -170,11 +161,7 @@ TEST(TrainRun, RefusedInputEndsWithStatusOneAMessageAndNoFile)
     WriteClusters(dir.File("long.bin"), 0, 20, 12, true);
     WriteTextFile(dir.File("empty.bin"), "");
     WriteTextFile(dir.File("junk.bin"), "no descriptors here\n");
-    MatrixPtr none = MatrixOf(0, 5);
-    {
-        std::unique_ptr<IOBuffer> buffer(new IOBufferFile(dir.File("zero.bin"), false, false, false));
-        Tavlin::Core::Feature::WriteBINDESC1ToBuffer(buffer.get(), none.get(), nullptr, "CIRCLE  ");
-    }
+    WriteDescriptorFile(dir.File("zero.bin"), MatrixOf(0, 5), nullptr, true);
     const std::pair<std::vector<std::string>, std::string> cases[] = {
         {{"kmeans", "--words", "2", "--output", "x.raw"}, "No input"},
         {{"kmeans", "--words", "2", "--output", "x.raw", "--batch", "missing.txt"}, "Cannot read the list"},

@@ -2,6 +2,8 @@
 
 #include <memory>
 
+#include <gtest/gtest.h>
+
 #include "core/feature/PointDescriptorIO.h"
 #include "util/IOBufferFile.h"
 
@@ -19,6 +21,17 @@ DescriptorFile ReadDescriptorFile(const std::string& path)
     file.points.reset(points);
     file.vectors.reset(vectors);
     return file;
+}
+
+void WriteDescriptorFile(const std::string& path, const MatrixPtr& points, const MatrixPtr& vectors, bool binary)
+{
+    Tavlin::Util::IOBufferFile buffer(path, false, false, false);
+    if (!buffer.Valid())
+        ADD_FAILURE() << "cannot write " << path;
+    else if (binary)
+        Tavlin::Core::Feature::WriteBINDESC1ToBuffer(&buffer, points.get(), vectors.get(), "CIRCLE  ");
+    else
+        Tavlin::Core::Feature::WriteVESK1ToBuffer(&buffer, points.get(), vectors.get(), "CIRCLE");
 }
 
 } // namespace TestSupport

@@ -19,6 +19,9 @@ struct DescriptorFile
 // Both null when the file cannot be opened or read.
 DescriptorFile ReadDescriptorFile(const std::string& path);
 
+// Points and vectors (null for none) as a BINDESC1 or a VESK1 file of circles.
+void WriteDescriptorFile(const std::string& path, const MatrixPtr& points, const MatrixPtr& vectors, bool binary);
+
 } // namespace TestSupport
 
 #endif

@@ -8,10 +8,15 @@
 #include <string>
 #include <tuple>
 
+#include "basis/CpuFeatures.h"
 #include "basis/Report.h"
 #include "basis/Timer.h"
 #include "core/array/ArrayFactories.h"
 #include "core/array/RecGauss.h"
+
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
 
 namespace Tavlin
 {
@@ -31,6 +36,11 @@ const double kTwoPi = 6.283185308;
 const double kClip = 0.20000000298023224;
 // Distinct footprints kept per ladder level; points of one level rarely have more.
 const int kFootprintCacheSize = 4;
+// Rows a band of spread bins holds above and below the tallest footprint of its level,
+// and the most pixels it may hold (eight doubles each). Points come in bands of rows,
+// so their windows go up and down a little while they move down the image.
+const long long kBandSlack = 48;
+const long long kBandPixels = 1LL << 18;
 // Angles are brought into one turn by repeated subtraction, whose cost grows with the
 // orientation: points turned further than this (or not a number) are refused.
 const double kMaxOrientation = 4096 * kTwoPi;
@@ -124,6 +134,15 @@ inline bool OrientationBin(double a, double bins, int& o0, double& fo)
         return false;
     o0 = static_cast<int>(o0f);
     return true;
+}
+
+// 1 / norm when the sum of the row's powers is above the threshold (or not a number),
+// else 1: nearly empty histograms keep their size.
+inline double FactorOfSum(double sum, double norm)
+{
+    if (sum > 0.0001 || sum != sum)
+        return 1.0 / norm;
+    return 1.0;
 }
 
 void ReportFractions(double fr, double fc, double fo)
@@ -251,6 +270,127 @@ void LevelGradients(Array2dReal64* channel, double sigma, Array2dReal64* magnitu
     }
 }
 
+// The deposits of one footprint grouped by grid cell, as raw arrays.
+struct CellDeposits
+{
+    int cells;
+    const int32_t* start;
+    const int32_t* i;
+    const int32_t* j;
+    const double* weight;
+    const double* rowFactor;
+    const double* columnFactor;
+};
+
+#if defined(__x86_64__)
+// The histogram of a point at orientation 0 with eight orientation bins, cell by cell,
+// each cell's eight values in two registers. The terms and their order per value are
+// those of the tap-by-tap walk: w = magnitude x weight, then (w x row factor) x column
+// factor = wrc, times the pixel's eight spread bins (see OrientationPlanes). That gives
+// wrc x (1 - fo) and wrc x fo in bins o0 and o0 + 1 and +0 in the others, and adding
+// +0 leaves a sum of such terms as it is; so the magnitudes must be finite. Planes are
+// `width` wide and addressed from the point's pixel; without InsideT, pixels outside
+// the image are skipped.
+// One term of AccumulateSpreadAvx2 for deposit e.
+template <bool InsideT>
+TAVLIN_TARGET_AVX2 TAVLIN_ALWAYS_INLINE void AddSpreadTerm(__m256d& low, __m256d& high, const CellDeposits& d,
+                                                           const long long* offset, int e, const double* magnitude,
+                                                           const double* spread, long long ix, long long iy,
+                                                           long long width, long long height)
+{
+    if (!InsideT && (static_cast<unsigned long long>(iy + d.i[e]) >= static_cast<unsigned long long>(height) ||
+                     static_cast<unsigned long long>(ix + d.j[e]) >= static_cast<unsigned long long>(width)))
+        return;
+    const long long p = offset[e];
+    const double w = magnitude[p] * d.weight[e];
+    const __m256d wrc = _mm256_set1_pd(w * d.rowFactor[e] * d.columnFactor[e]);
+    const double* bins = spread + 8 * p;
+    low = _mm256_add_pd(low, _mm256_mul_pd(wrc, _mm256_loadu_pd(bins)));
+    high = _mm256_add_pd(high, _mm256_mul_pd(wrc, _mm256_loadu_pd(bins + 4)));
+}
+
+template <bool InsideT>
+TAVLIN_TARGET_AVX2 void AccumulateSpreadAvx2(double* row, const CellDeposits& d, const long long* offset,
+                                             const double* magnitude, const double* spread, long long ix,
+                                             long long iy, long long width, long long height)
+{
+    // Two cells at a time, so that two chains of additions overlap.
+    int c = 0;
+    for (; c + 2 <= d.cells; c += 2)
+    {
+        double* out = row + 8 * c;
+        __m256d low0 = _mm256_loadu_pd(out);
+        __m256d high0 = _mm256_loadu_pd(out + 4);
+        __m256d low1 = _mm256_loadu_pd(out + 8);
+        __m256d high1 = _mm256_loadu_pd(out + 12);
+        int e0 = d.start[c];
+        int e1 = d.start[c + 1];
+        const int end0 = d.start[c + 1];
+        const int end1 = d.start[c + 2];
+        for (; e0 < end0 && e1 < end1; ++e0, ++e1)
+        {
+            AddSpreadTerm<InsideT>(low0, high0, d, offset, e0, magnitude, spread, ix, iy, width, height);
+            AddSpreadTerm<InsideT>(low1, high1, d, offset, e1, magnitude, spread, ix, iy, width, height);
+        }
+        for (; e0 < end0; ++e0)
+            AddSpreadTerm<InsideT>(low0, high0, d, offset, e0, magnitude, spread, ix, iy, width, height);
+        for (; e1 < end1; ++e1)
+            AddSpreadTerm<InsideT>(low1, high1, d, offset, e1, magnitude, spread, ix, iy, width, height);
+        _mm256_storeu_pd(out, low0);
+        _mm256_storeu_pd(out + 4, high0);
+        _mm256_storeu_pd(out + 8, low1);
+        _mm256_storeu_pd(out + 12, high1);
+    }
+    for (; c < d.cells; ++c)
+    {
+        double* out = row + 8 * c;
+        __m256d low = _mm256_loadu_pd(out);
+        __m256d high = _mm256_loadu_pd(out + 4);
+        for (int e = d.start[c]; e < d.start[c + 1]; ++e)
+            AddSpreadTerm<InsideT>(low, high, d, offset, e, magnitude, spread, ix, iy, width, height);
+        _mm256_storeu_pd(out, low);
+        _mm256_storeu_pd(out + 4, high);
+    }
+}
+#endif
+
+// Rows first .. first + rows - 1 of the orientation planes spread out into `spread`,
+// eight values a pixel. Pixels that no footprint reads hold stale bins of 0 to 7 (or
+// -1), which the mask keeps inside the eight values.
+void SpreadBins(double* spread, const int32_t* bin, const double* fraction, long long width, long long first,
+                long long rows)
+{
+    const long long count = rows * width;
+    const int32_t* o0 = bin + first * width;
+    const double* fo = fraction + first * width;
+    for (long long p = 0; p < count; ++p)
+    {
+        double* bins = spread + 8 * p;
+        for (int k = 0; k < 8; ++k)
+            bins[k] = 0.0;
+        const int o = o0[p] & 7;
+        bins[o] = 1.0 - fo[p];
+        bins[(o + 1) & 7] = fo[p];
+    }
+}
+
+// Whether the vector loop gives the same sums on this level: every bin read in range
+// (out-of-range bins are reported tap by tap) and every magnitude read finite.
+bool LevelIsPlain(const int32_t* bins, Array2dReal64* magnitude, const ReadSpans& spans)
+{
+    const long long width = magnitude->mWidth;
+    bool plain = true;
+    for (long long y = 0; y < magnitude->mHeight; ++y)
+    {
+        const int32_t* bin = bins + y * width;
+        const double* m = magnitude->PixelPtr(0, y);
+        const long long x1 = std::min(spans.last[y] + 1, width);
+        for (long long x = spans.first[y]; x < x1; ++x)
+            plain = plain && bin[x] >= 0 && std::isfinite(m[x]);
+    }
+    return plain;
+}
+
 } // namespace
 
 template <int SpatialBinsT, int OrientationBinsT>
@@ -316,6 +456,9 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
     ReadSpans spans;
     std::vector<std::tuple<long long, long long, int>> usable; // band of rows, column, table row
     double* rows = result->mData;
+    // Rows are normalised a few at a time, which lets their sums overlap.
+    double* pending[NormaliseBatch];
+    int pendingCount = 0;
 
     for (int level = 0; level < LadderLevels; ++level)
     {
@@ -332,6 +475,10 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
                     return f;
             Footprint& made = cache[nextSlot];
             MakeFootprint(made, scale, fx, fy, orientation);
+            made.cellOffset.resize(made.cellI.size());
+            made.offsetWidth = channel->mWidth;
+            for (size_t e = 0; e < made.cellI.size(); ++e)
+                made.cellOffset[e] = made.cellI[e] * made.offsetWidth + made.cellJ[e];
             nextSlot = (nextSlot + 1) % kFootprintCacheSize;
             return made;
         };
@@ -339,6 +486,7 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
         // then taken in bands of rows, left to right, so that the footprints of one
         // point after another overlap in the cache.
         bool anyAtZero = false;
+        long long tallest = 0;
         usable.clear();
         for (int n = levelStart[level]; n < levelStart[level + 1]; ++n)
         {
@@ -351,7 +499,11 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
             const Footprint& f = footprintOf(scales[k], xs[k] - ix, ys[k] - iy, orientations[k]);
             if (!f.taps.empty())
                 spans.AddRectangle(ix + f.minJ, ix + f.maxJ, iy + f.minI, iy + f.maxI);
-            anyAtZero = anyAtZero || (orientations[k] == 0.0 && !std::signbit(orientations[k]));
+            if (orientations[k] == 0.0 && !std::signbit(orientations[k]))
+            {
+                anyAtZero = true;
+                tallest = std::max<long long>(tallest, f.maxI - f.minI + 1);
+            }
         }
         if (anyAtZero && planes.o0.empty())
         {
@@ -361,6 +513,15 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
         LevelGradients<OrientationBinsT>(channel, sScaleLadder[level], magnitude.get(), angle.get(), spans,
                                          anyAtZero ? planes.o0.data() : nullptr,
                                          anyAtZero ? planes.fo.data() : nullptr);
+        planes.bandRows = 0;
+        planes.bandCapacity = 0;
+        const long long capacity = std::min<long long>(tallest + 2 * kBandSlack, channel->mHeight);
+        if (OrientationBinsT == 8 && anyAtZero && CpuHasAvx2() && capacity * channel->mWidth <= kBandPixels &&
+            LevelIsPlain(planes.o0.data(), magnitude.get(), spans))
+        {
+            planes.bandCapacity = capacity;
+            planes.spread.resize(static_cast<size_t>(capacity * channel->mWidth * 8));
+        }
         std::sort(usable.begin(), usable.end());
         for (const std::tuple<long long, long long, int>& u : usable)
         {
@@ -379,9 +540,15 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
             {
                 Accumulate(row, *footprint, magnitude.get(), angle.get(), ix, iy, orientation);
             }
-            Normalise(row);
+            pending[pendingCount++] = row;
+            if (pendingCount == NormaliseBatch)
+            {
+                NormaliseRows(pending, pendingCount);
+                pendingCount = 0;
+            }
         }
     }
+    NormaliseRows(pending, pendingCount);
     return result;
 }
 
@@ -428,6 +595,13 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::MakeFootprint(Footprint& fo
     footprint.maxJ = 0;
     footprint.taps.clear();
     footprint.rowStart.assign(1, 0);
+    footprint.cellStart.assign(1, 0);
+    footprint.cellI.clear();
+    footprint.cellJ.clear();
+    footprint.cellWeight.clear();
+    footprint.cellRowFactor.clear();
+    footprint.cellColumnFactor.clear();
+    footprint.offsetWidth = 0;
     const double cell = 3.0 * scale;
     const int radius = FootprintRadius(scale, bins);
     if (radius < 0)
@@ -460,7 +634,9 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::MakeFootprint(Footprint& fo
             const unsigned int ur = static_cast<unsigned int>(static_cast<int32_t>(r0));
             const unsigned int uc = static_cast<unsigned int>(static_cast<int32_t>(c0));
             const unsigned int n = SpatialBinsT;
-            tap.cell = (static_cast<int32_t>(r0) * SpatialBinsT + static_cast<int32_t>(c0)) * OrientationBinsT;
+            tap.r0 = static_cast<int32_t>(r0);
+            tap.c0 = static_cast<int32_t>(c0);
+            tap.cell = (tap.r0 * SpatialBinsT + tap.c0) * OrientationBinsT;
             tap.cells = (ur < n && uc < n ? 1u : 0u) | (ur < n && uc + 1 < n ? 2u : 0u) |
                         (ur + 1 < n && uc < n ? 4u : 0u) | (ur + 1 < n && uc + 1 < n ? 8u : 0u);
             if (footprint.taps.empty())
@@ -482,6 +658,25 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::MakeFootprint(Footprint& fo
             footprint.rowStart.back() = static_cast<int32_t>(footprint.taps.size());
         }
     }
+    // Cell (r, c) of a tap is bit (r - r0) x 2 + (c - c0) of its cells.
+    for (int r = 0; r < SpatialBinsT; ++r)
+        for (int c = 0; c < SpatialBinsT; ++c)
+        {
+            for (const Tap& tap : footprint.taps)
+            {
+                const int rowStep = r - tap.r0;
+                const int columnStep = c - tap.c0;
+                if (rowStep < 0 || rowStep > 1 || columnStep < 0 || columnStep > 1 ||
+                    !(tap.cells & (1u << (rowStep * 2 + columnStep))))
+                    continue;
+                footprint.cellI.push_back(tap.i);
+                footprint.cellJ.push_back(tap.j);
+                footprint.cellWeight.push_back(tap.weight);
+                footprint.cellRowFactor.push_back(rowStep ? tap.fr : tap.gr);
+                footprint.cellColumnFactor.push_back(columnStep ? tap.fc : tap.gc);
+            }
+            footprint.cellStart.push_back(static_cast<int32_t>(footprint.cellI.size()));
+        }
 }
 
 template <int SpatialBinsT, int OrientationBinsT>
@@ -522,7 +717,7 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::Accumulate(double* row, con
 template <int SpatialBinsT, int OrientationBinsT>
 void FISTDescriptor<SpatialBinsT, OrientationBinsT>::AccumulateAtZero(double* row, const Footprint& footprint,
                                                                       Array2dReal64* magnitude,
-                                                                      const OrientationPlanes& planes, long long ix,
+                                                                      OrientationPlanes& planes, long long ix,
                                                                       long long iy) const
 {
     if (footprint.taps.empty())
@@ -530,6 +725,36 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::AccumulateAtZero(double* ro
     const long long stride = magnitude->RowStride();
     const long long width = magnitude->mWidth;
     const long long height = magnitude->mHeight;
+#if defined(__x86_64__)
+    // The band is only set up where the vector loop gives the same sums (see
+    // DoCalculateFISTDescriptors); bins out of range are reported by the walk below.
+    const long long top = std::max<long long>(iy + footprint.minI, 0);
+    const long long bottom = std::min<long long>(iy + footprint.maxI, height - 1);
+    if (planes.bandCapacity > 0 && stride == width && footprint.offsetWidth == width && top <= bottom &&
+        bottom - top < planes.bandCapacity)
+    {
+        if (top < planes.bandFirst || bottom >= planes.bandFirst + planes.bandRows)
+        {
+            // Some rows above the window too, for the next points' windows a little higher.
+            planes.bandFirst = std::max<long long>(
+                std::min(top - kBandSlack / 2, height - planes.bandCapacity), 0);
+            planes.bandRows = std::min(planes.bandCapacity, height - planes.bandFirst);
+            SpreadBins(planes.spread.data(), planes.o0.data(), planes.fo.data(), width, planes.bandFirst,
+                       planes.bandRows);
+        }
+        const CellDeposits d = {SpatialBinsT * SpatialBinsT, footprint.cellStart.data(),  footprint.cellI.data(),
+                                footprint.cellJ.data(),      footprint.cellWeight.data(), footprint.cellRowFactor.data(),
+                                footprint.cellColumnFactor.data()};
+        const double* mag = magnitude->PixelPtr(0, 0) + iy * width + ix;
+        const double* spread = planes.spread.data() + 8 * ((iy - planes.bandFirst) * width + ix);
+        if (iy + footprint.minI >= 0 && iy + footprint.maxI < height && ix + footprint.minJ >= 0 &&
+            ix + footprint.maxJ < width)
+            AccumulateSpreadAvx2<true>(row, d, footprint.cellOffset.data(), mag, spread, ix, iy, width, height);
+        else
+            AccumulateSpreadAvx2<false>(row, d, footprint.cellOffset.data(), mag, spread, ix, iy, width, height);
+        return;
+    }
+#endif
     // Only rows of the window inside the image; columns are tested where the window
     // reaches over the left or right edge.
     const long long firstI = std::max<long long>(footprint.minI, -iy);
@@ -580,30 +805,82 @@ double FISTDescriptor<SpatialBinsT, OrientationBinsT>::NormFactor(const double* 
             sum += std::pow(row[k], static_cast<double>(p));
         norm = std::pow(sum, 1.0 / p);
     }
-    // The threshold is on the sum, so nearly empty histograms keep their size.
-    if (sum > 0.0001 || sum != sum)
-        return 1.0 / norm;
-    return 1.0;
+    return FactorOfSum(sum, norm);
+}
+
+template <int SpatialBinsT, int OrientationBinsT>
+void FISTDescriptor<SpatialBinsT, OrientationBinsT>::NormFactors(double* const* rows, int count,
+                                                                 double* factors) const
+{
+    if (count < NormaliseBatch || !(mCustomNorm < 0 || mCustomNorm == 2))
+    {
+        for (int r = 0; r < count; ++r)
+            factors[r] = NormFactor(rows[r]);
+        return;
+    }
+    // Four sums of squares side by side: each in its own order, but they overlap in time.
+    const double* r0 = rows[0];
+    const double* r1 = rows[1];
+    const double* r2 = rows[2];
+    const double* r3 = rows[3];
+    double s0 = 0.0;
+    double s1 = 0.0;
+    double s2 = 0.0;
+    double s3 = 0.0;
+    for (int k = 0; k < DescriptorLength; ++k)
+    {
+        s0 += r0[k] * r0[k];
+        s1 += r1[k] * r1[k];
+        s2 += r2[k] * r2[k];
+        s3 += r3[k] * r3[k];
+    }
+    factors[0] = FactorOfSum(s0, std::sqrt(s0));
+    factors[1] = FactorOfSum(s1, std::sqrt(s1));
+    factors[2] = FactorOfSum(s2, std::sqrt(s2));
+    factors[3] = FactorOfSum(s3, std::sqrt(s3));
 }
 
 template <int SpatialBinsT, int OrientationBinsT>
 void FISTDescriptor<SpatialBinsT, OrientationBinsT>::Normalise(double* row) const
 {
-    const double factor = NormFactor(row);
-    bool clipped = false;
-    for (int k = 0; k < DescriptorLength; ++k)
+    NormaliseRows(&row, 1);
+}
+
+template <int SpatialBinsT, int OrientationBinsT>
+void FISTDescriptor<SpatialBinsT, OrientationBinsT>::NormaliseRows(double* const* rows, int count) const
+{
+    double factors[NormaliseBatch];
+    NormFactors(rows, count, factors);
+    double* clipped[NormaliseBatch] = {};
+    int clippedCount = 0;
+    for (int r = 0; r < count; ++r)
     {
-        double e = factor * row[k];
-        if (e > kClip)
+        double* row = rows[r];
+        const double factor = factors[r];
+        bool clip = false;
+        for (int k = 0; k < DescriptorLength; ++k)
         {
-            e = kClip;
-            clipped = true;
+            double e = factor * row[k];
+            if (e > kClip)
+            {
+                e = kClip;
+                clip = true;
+            }
+            row[k] = e;
         }
-        row[k] = e;
+        factors[r] = 1.0;
+        if (clip)
+            clipped[clippedCount++] = row;
     }
-    const double again = clipped ? NormFactor(row) : 1.0;
-    for (int k = 0; k < DescriptorLength; ++k)
-        row[k] = static_cast<double>(static_cast<int32_t>(again * row[k] * mOutputScale));
+    double again[NormaliseBatch];
+    NormFactors(clipped, clippedCount, again);
+    for (int r = 0, c = 0; r < count; ++r)
+    {
+        double* row = rows[r];
+        const double factor = c < clippedCount && clipped[c] == row ? again[c++] : 1.0;
+        for (int k = 0; k < DescriptorLength; ++k)
+            row[k] = static_cast<double>(static_cast<int32_t>(factor * row[k] * mOutputScale));
+    }
 }
 
 template class FISTDescriptor<4, 8>;

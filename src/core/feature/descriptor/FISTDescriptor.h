@@ -74,6 +74,8 @@ private:
         int32_t j; // column offset
         int32_t cell; // first element of grid cell (r0, c0); r0 or c0 may be -1
         uint32_t cells; // bits 0 to 3: cells (r0, c0), (r0, c0 + 1), (r0 + 1, c0), (r0 + 1, c0 + 1) in the grid
+        int32_t r0;
+        int32_t c0;
     };
 
     // The taps of one (scale, sub-pixel offset, orientation), in sampling order.
@@ -91,6 +93,19 @@ private:
         std::vector<Tap> taps;
         // Taps of row offset minI + r start at rowStart[r]; one entry more than rows.
         std::vector<int32_t> rowStart;
+        // The same deposits grouped by grid cell, in tap order within each cell: every
+        // histogram value still sums its terms in tap order, while one cell's values stay
+        // in registers. Those of cell c are cellStart[c] .. cellStart[c + 1] - 1; the
+        // factors are the row and column weights that the tap gives that cell.
+        std::vector<int32_t> cellStart;
+        std::vector<int32_t> cellI;
+        std::vector<int32_t> cellJ;
+        std::vector<double> cellWeight;
+        std::vector<double> cellRowFactor;
+        std::vector<double> cellColumnFactor;
+        // cellI x offsetWidth + cellJ: the deposits' pixel offsets in planes offsetWidth wide.
+        std::vector<long long> cellOffset;
+        long long offsetWidth = 0;
     };
 
     // Per pixel of a level, the orientation bin o0 and fraction fo at orientation 0,
@@ -99,6 +114,13 @@ private:
     {
         std::vector<int32_t> o0;
         std::vector<double> fo;
+        // A band of image rows bandFirst .. bandFirst + bandRows - 1 with the bins spread
+        // out: eight values a pixel, 1 - fo in bin o0, fo in bin o0 + 1 and 0 in the others.
+        // It moves down with the points; bandCapacity is 0 when the level has no band.
+        std::vector<double> spread;
+        long long bandFirst = 0;
+        long long bandRows = 0;
+        long long bandCapacity = 0;
     };
 
     void MakeFootprint(Footprint& footprint, double scale, double fx, double fy, double orientation) const;
@@ -106,8 +128,12 @@ private:
                     Array::Array2dReal64* angle, long long ix, long long iy, double orientation) const;
     // The same for a point of orientation 0, with the level's orientation planes.
     void AccumulateAtZero(double* row, const Footprint& footprint, Array::Array2dReal64* magnitude,
-                          const OrientationPlanes& planes, long long ix, long long iy) const;
+                          OrientationPlanes& planes, long long ix, long long iy) const;
     double NormFactor(const double* row) const;
+    // Normalise for `count` rows (at most NormaliseBatch), and their norm factors.
+    static constexpr int NormaliseBatch = 4;
+    void NormaliseRows(double* const* rows, int count) const;
+    void NormFactors(double* const* rows, int count, double* factors) const;
 };
 
 extern template class FISTDescriptor<4, 8>;
