@@ -107,11 +107,18 @@ void CmykRowToRgb(const JSAMPLE* cmyk, unsigned char* rgb, long long width, bool
     }
 }
 
+// Each 8x8 block of the full-resolution component costs a Huffman-coded file at least
+// one bit, so n bytes hold at most 8n blocks, 1536n bytes of RGB. A header beyond that
+// and beyond a margin, which keeps truncated files of ordinary size decoding whole, is
+// garbage: nothing is allocated for it.
+const unsigned long long sRgbBytesPerFileByte = 1536;
+const unsigned long long sAllocationSlack = 1ULL << 26;
+
 // Everything after the jump buffer is armed. Library errors leave this function by
 // longjmp, so nothing here may own a resource: the row buffer comes from the
 // library's image pool, which jpeg_destroy_decompress releases on either path.
 template <class ArrayT>
-void DecodeJpg(j_decompress_ptr cinfo, ArrayT*& dst, log4cpp::Category& log)
+void DecodeJpg(j_decompress_ptr cinfo, int size, ArrayT*& dst, log4cpp::Category& log)
 {
     jpeg_read_header(cinfo, TRUE);
     // YCCK is delivered as CMYK too.
@@ -124,6 +131,13 @@ void DecodeJpg(j_decompress_ptr cinfo, ArrayT*& dst, log4cpp::Category& log)
     {
         // A row of more than three values a pixel would not fit in the array.
         TLOG_WARN(log, "Unsupported number of colour components: " << components);
+        return;
+    }
+    const unsigned long long rgbBytes = 3ULL * cinfo->output_width * cinfo->output_height;
+    if (rgbBytes > sRgbBytesPerFileByte * static_cast<unsigned long long>(size) + sAllocationSlack)
+    {
+        TLOG_WARN(log, "A JPEG of " << cinfo->output_width << " x " << cinfo->output_height
+                                    << " cannot come from " << size << " bytes");
         return;
     }
 
@@ -209,7 +223,7 @@ void ReadJpgFromMemory(ArrayT*& dst, char* data, int size)
     }
     jpeg_CreateDecompress(&cinfo, JPEG_LIB_VERSION, sizeof(jpeg_decompress_struct));
     InstallMemorySource(&cinfo, data, size);
-    DecodeJpg(&cinfo, dst, sLog);
+    DecodeJpg(&cinfo, size, dst, sLog);
     jpeg_destroy_decompress(&cinfo);
 }
 

@@ -26,6 +26,8 @@ struct PngStream
 {
     const unsigned char* mNext;
     size_t mLeft;
+    // The whole block, signature included.
+    size_t mSize;
 };
 
 void ReadPngDataFunc(png_structp png, png_bytep bytes, png_size_t count)
@@ -49,6 +51,10 @@ void ReadPngWarnFunc(png_structp, png_const_charp message)
     std::fprintf(stderr, "PNG Warning: %s\n", message);
 }
 
+// Deflate expands at most about 1032 times: a header whose rows need more than that
+// from the bytes there are is garbage, and nothing is allocated for it.
+const unsigned long long sDeflateRatio = 1100;
+
 // Everything after the jump buffer is armed. Library errors leave this function by
 // longjmp, so nothing here may own a resource.
 template <class ArrayT>
@@ -67,6 +73,14 @@ void DecodePng(png_structp png, png_infop info, PngStream* stream, ArrayT*& dst,
     if (interlace == PNG_INTERLACE_ADAM7)
     {
         TLOG_ERROR(log, "Interlaced PNG's not supported yet.");
+        return;
+    }
+    // Each row is stored behind its filter byte.
+    const unsigned long long stored = static_cast<unsigned long long>(height) * (png_get_rowbytes(png, info) + 1);
+    if (stored > sDeflateRatio * stream->mLeft)
+    {
+        TLOG_ERROR(log, "A PNG of " << width << " x " << height << " cannot come from " << stream->mSize
+                                    << " bytes");
         return;
     }
 
@@ -127,7 +141,8 @@ void ReadPngFromMemory(ArrayT*& dst, char* data, int size)
         png_destroy_read_struct(&png, nullptr, nullptr);
         return;
     }
-    PngStream stream = {reinterpret_cast<const unsigned char*>(data) + 8, static_cast<size_t>(size) - 8};
+    PngStream stream = {reinterpret_cast<const unsigned char*>(data) + 8, static_cast<size_t>(size) - 8,
+                        static_cast<size_t>(size)};
 
     if (setjmp(gReadPngJmpbuf))
     {

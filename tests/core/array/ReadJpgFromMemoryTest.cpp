@@ -7,6 +7,7 @@
 
 #include "support/ImageCodecs.h"
 #include "support/LogCapture.h"
+#include "support/TestSupport.h"
 
 using namespace Tavlin::Core::Array;
 using TestSupport::AdobeMarker;
@@ -115,4 +116,28 @@ TEST(ReadJpgFromMemory, TruncatedFileIsFullSizeAndBrokenDataAWarning)
         EXPECT_EQ(log.Text().rfind("jmp: ", 0), 0u) << log.Text();
         EXPECT_EQ(log.Text().find("Something is wrong"), std::string::npos) << log.Text();
     }
+}
+
+TEST(ReadJpgFromMemory, RefusesSizesThatItsBytesCannotHold)
+{
+    // A cut file whose header says 60000 x 60000: 10.8 GB of pixels from 340 bytes.
+    std::string jpeg = TestSupport::ReadTextFile(std::string(LUMISK_TEST_DATA) +
+                                                 "/fuzz/ReadImage/60000x60000-in-340-bytes.jpg");
+    ASSERT_EQ(jpeg.size(), 340u);
+    {
+        LogCapture log(kLog, log4cpp::Priority::WARN);
+        EXPECT_FALSE(ReadJpgGuarded(jpeg));
+        EXPECT_EQ(log.Text(), "A JPEG of 60000 x 60000 cannot come from 340 bytes\n");
+    }
+
+    // The same bytes announcing 12 megapixels still decode at full size.
+    const size_t frame = jpeg.find("\xff\xc0");
+    ASSERT_NE(frame, std::string::npos);
+    jpeg.replace(frame + 5, 4, std::string("\x0b\xb8\x0f\xa0", 4));
+    LogCapture log(kLog, log4cpp::Priority::ERROR);
+    std::unique_ptr<Array2dVec3UInt8> image = ReadJpgGuarded(jpeg);
+    ASSERT_TRUE(image);
+    EXPECT_EQ(image->Width(), 4000);
+    EXPECT_EQ(image->Height(), 3000);
+    EXPECT_EQ(log.Text(), "");
 }

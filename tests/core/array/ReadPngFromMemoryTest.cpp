@@ -11,6 +11,7 @@
 
 #include "support/ImageCodecs.h"
 #include "support/LogCapture.h"
+#include "support/TestSupport.h"
 
 using namespace Tavlin::Core::Array;
 using TestSupport::EncodePng;
@@ -76,6 +77,16 @@ TEST(ReadPngFromMemory, RefusesInterlacedAndForeignData)
         EXPECT_FALSE(ReadPngGuarded(c.first));
         EXPECT_EQ(log.Text(), c.second);
     }
+}
+
+TEST(ReadPngFromMemory, RefusesSizesThatItsBytesCannotHold)
+{
+    // A small picture's file whose header says 60000 x 60000.
+    const std::string png =
+        TestSupport::ReadTextFile(std::string(LUMISK_TEST_DATA) + "/fuzz/ReadImage/60000x60000-header.png");
+    LogCapture log(kLog, log4cpp::Priority::INFO);
+    EXPECT_FALSE(ReadPngGuarded(png));
+    EXPECT_EQ(log.Text(), "A PNG of 60000 x 60000 cannot come from " + std::to_string(png.size()) + " bytes\n");
 }
 
 TEST(ReadPngFromMemory, TruncatedFileStopsAtTheEndOfItsBlock)
