@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdint>
 #include <limits>
 #include <string>
 #include <vector>
@@ -41,16 +40,6 @@ long long Count(const TempDir& dir, const std::string& name)
 std::vector<double> Values(const MatrixPtr& m, long long rows = -1)
 {
     return std::vector<double>(m->mData, m->mData + (rows < 0 ? m->mHeight : rows) * m->mWidth);
-}
-
-std::string BinDescBytes(const std::vector<std::vector<double>>& points)
-{
-    std::string bytes = "BINDESC1CIRCLE  ";
-    const int32_t header[4] = {5, 0, static_cast<int32_t>(points.size()), 8};
-    bytes.append(reinterpret_cast<const char*>(header), sizeof header);
-    for (const auto& p : points)
-        bytes.append(reinterpret_cast<const char*>(p.data()), 5 * sizeof(double));
-    return bytes;
 }
 
 RunResult Dense(const TempDir& dir, const std::string& photo, const std::string& descriptor, const std::string& scales,
@@ -165,11 +154,11 @@ TEST(SparseSiftRun, AbsurdOrientationsInRegionsAreRefusedPromptly)
     TempDir dir;
     WriteJpegPhoto(dir.File("photo.jpg"), 80, 60, 5);
     const double inf = std::numeric_limits<double>::infinity();
-    WriteTextFile(dir.File("r.bin"), BinDescBytes({{40, 30, 2, 3.75e255, 0},
-                                                   {40, 30, 2, 0.25, 0},
-                                                   {40, 30, 2, std::nan(""), 0},
-                                                   {40, 30, 2, -inf, 0},
-                                                   {40, 30, 2, -1e12, 0}}));
+    WriteDescriptorFile(dir.File("r.bin"),
+                        MatrixOf(5, 5,
+                                 {40, 30, 2, 3.75e255, 0, 40, 30, 2, 0.25, 0, 40, 30, 2, std::nan(""), 0,
+                                  40, 30, 2, -inf, 0, 40, 30, 2, -1e12, 0}),
+                        nullptr, true);
     RunResult run = RunLumisk({"photo.jpg", "--loadRegions", "r.bin", "--detector", "none", "--descriptor", "sift",
                                "--outputFormat", "binary", "--output", "o.bin"},
                               dir.Path());

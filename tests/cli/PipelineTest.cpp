@@ -1,9 +1,9 @@
 // End-to-end runs of the pipeline: detectors, regions files, thinning and batches.
 #include <gtest/gtest.h>
 
-#include <sstream>
 #include <thread>
 
+#include "support/DescriptorFiles.h"
 #include "support/ImageCodecs.h"
 #include "support/TestSupport.h"
 
@@ -11,39 +11,6 @@ using namespace TestSupport;
 
 namespace
 {
-struct Row
-{
-    double x, y, scale, cornerness;
-    std::vector<double> values;
-};
-
-// The rows of a VESK1 file, in order; `length` receives the header's descriptor length.
-std::vector<Row> ReadRows(const std::string& path, int* length = nullptr)
-{
-    std::istringstream in(ReadTextFile(path));
-    std::string magic, line;
-    int width = -1, count = -1;
-    in >> magic >> width >> count;
-    EXPECT_EQ(magic, "VESK1") << path;
-    if (length)
-        *length = width;
-    std::vector<Row> rows;
-    while (std::getline(in, line))
-    {
-        if (line.empty())
-            continue;
-        Row row{};
-        double orientation, v;
-        std::istringstream point(line.substr(line.find(' ') + 1)), values(line.substr(line.find(';') + 1));
-        point >> row.x >> row.y >> row.scale >> orientation >> row.cornerness;
-        while (values >> v)
-            row.values.push_back(v);
-        rows.push_back(row);
-    }
-    EXPECT_EQ(static_cast<int>(rows.size()), count) << path;
-    return rows;
-}
-
 int Status(const TempDir& dir, std::vector<std::string> args)
 {
     return RunLumisk(args, dir.Path()).status;
@@ -60,7 +27,7 @@ TEST(PipelineDense, WritesTheStaggeredGridInBothFormatsAndShiftsByTheBorder)
         return Status(dir, more);
     };
     ASSERT_EQ(with({"--output", "o.txt"}), 0);
-    std::vector<Row> points = ReadRows(dir.File("o.txt"));
+    std::vector<TextRow> points = ReadTextRows(dir.File("o.txt"));
     // Files are 1-based: the first grid row y = 6 is written as 7, x = 9 as 10; the
     // last row is y = 72, below 80 - 6.
     ASSERT_EQ(points.size(), 12u * 15);
@@ -79,7 +46,7 @@ TEST(PipelineDense, WritesTheStaggeredGridInBothFormatsAndShiftsByTheBorder)
 
     // A cut border is added back: the same grid on the inner 90 x 70, moved by 5.
     ASSERT_EQ(with({"--borderWidth", "5", "--output", "b.txt"}), 0);
-    std::vector<Row> shifted = ReadRows(dir.File("b.txt"));
+    std::vector<TextRow> shifted = ReadTextRows(dir.File("b.txt"));
     ASSERT_EQ(shifted.size(), 10u * 13);
     EXPECT_EQ(shifted[0].x, 10.0 + 5);
     EXPECT_EQ(shifted[0].y, 7.0 + 5);
@@ -115,7 +82,7 @@ TEST(PipelineRegions, LoadedRegionsAreCopiedUnchanged)
     EXPECT_EQ(ReadTextFile(dir.File("b.txt")), ReadTextFile(dir.File("o.txt")));
 
     ASSERT_EQ(Status(dir, {"photo.jpg", "--detector", "none", "--output", "e.txt"}), 0);
-    EXPECT_TRUE(ReadRows(dir.File("e.txt")).empty());
+    EXPECT_TRUE(ReadTextRows(dir.File("e.txt")).empty());
     WriteTextFile(dir.File("garbage.txt"), "garbage\n");
     EXPECT_EQ(Status(dir, {"photo.jpg", "--detector", "none", "--loadRegions", "garbage.txt"}), 1);
 }
@@ -134,7 +101,7 @@ TEST(PipelineKeepLimited, FixedSeedRepeatsTheSubsetAndTheClockChangesIt)
     };
     const std::string first = run("a.txt", "10", true);
     EXPECT_EQ(run("b.txt", "10", true), first);
-    EXPECT_EQ(ReadRows(dir.File("a.txt")).size(), 10u);
+    EXPECT_EQ(ReadTextRows(dir.File("a.txt")).size(), 10u);
 
     const std::string clock1 = run("c.txt", "10", false);
     std::this_thread::sleep_for(std::chrono::milliseconds(1100));
@@ -151,8 +118,8 @@ TEST(PipelineBatch, OneFilePerImageInTheOutputDirectory)
     WriteJpegPhoto(dir.File("two.jpg"), 70, 40, 5);
     WriteTextFile(dir.File("list.txt"), "one.jpg\n# skipped\ntwo.jpg\n");
     ASSERT_EQ(Status(dir, {"--batch", "list.txt", "--detector", "densesampling", "--output", "out"}), 0);
-    EXPECT_EQ(ReadRows(dir.File("out/one.bin")).size(), 7u * 8);
-    EXPECT_EQ(ReadRows(dir.File("out/two.bin")).size(), 5u * 10);
+    EXPECT_EQ(ReadTextRows(dir.File("out/one.bin")).size(), 7u * 8);
+    EXPECT_EQ(ReadTextRows(dir.File("out/two.bin")).size(), 5u * 10);
 
     auto silent = RunLumisk({"--batch", "list.txt", "--detector", "densesampling"}, dir.Path());
     EXPECT_EQ(silent.status, 0);
@@ -163,7 +130,7 @@ TEST(PipelineBatch, OneFilePerImageInTheOutputDirectory)
     ASSERT_EQ(Status(dir, {"--batch", "list.txt", "--detector", "densesampling", "--descriptor", "none",
                         "--clusterInput", "--output", "cl"}),
               0);
-    std::vector<Row> cluster = ReadRows(dir.File("cl/clusterinput.bin"));
+    std::vector<TextRow> cluster = ReadTextRows(dir.File("cl/clusterinput.bin"));
     ASSERT_EQ(cluster.size(), 7u * 8 + 5u * 10);
     EXPECT_TRUE(cluster[0].x == 0 && cluster[0].y == 0 && cluster[0].scale == 0);
     EXPECT_FALSE(PathExists(dir.File("cl/one.bin")));
@@ -188,7 +155,7 @@ TEST(PipelineSift, DefaultDetectorAndSiftFamilyWriteWholeNumberRows)
         args.insert(args.end(), r.first.begin(), r.first.end());
         ASSERT_EQ(Status(dir, args), 0) << r.first.back();
         int length = 0;
-        std::vector<Row> rows = ReadRows(dir.File("o.txt"), &length);
+        std::vector<TextRow> rows = ReadTextRows(dir.File("o.txt"), &length);
         EXPECT_EQ(length, r.second) << r.first.back();
         ASSERT_GT(rows.size(), 5u);
         // The colour variants describe the same Harris-Laplace points, by falling cornerness.
@@ -199,7 +166,7 @@ TEST(PipelineSift, DefaultDetectorAndSiftFamilyWriteWholeNumberRows)
             for (size_t i = 1; i < rows.size(); ++i)
                 EXPECT_GE(rows[i - 1].cornerness, rows[i].cornerness);
         }
-        for (const Row& row : rows)
+        for (const TextRow& row : rows)
         {
             ASSERT_EQ(row.values.size(), static_cast<size_t>(r.second));
             double sum = 0;

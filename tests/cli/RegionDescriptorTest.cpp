@@ -4,8 +4,8 @@
 
 #include <cmath>
 #include <numeric>
-#include <sstream>
 
+#include "support/DescriptorFiles.h"
 #include "support/ImageCodecs.h"
 #include "support/TestSupport.h"
 
@@ -13,31 +13,6 @@ using namespace TestSupport;
 
 namespace
 {
-
-// The descriptor rows of a VESK1 file; `length` receives the header's length.
-std::vector<std::vector<double>> ReadDescriptors(const std::string& path, int* length)
-{
-    std::istringstream in(ReadTextFile(path));
-    std::string magic, line;
-    int count = -1;
-    in >> magic >> *length >> count;
-    EXPECT_EQ(magic, "VESK1") << path;
-    std::vector<std::vector<double>> rows;
-    while (std::getline(in, line))
-    {
-        if (line.empty())
-            continue;
-        std::istringstream values(line.substr(line.find(';') + 1));
-        std::vector<double> row;
-        double v;
-        while (values >> v)
-            row.push_back(v);
-        EXPECT_EQ(static_cast<int>(row.size()), *length) << path;
-        rows.push_back(row);
-    }
-    EXPECT_EQ(static_cast<int>(rows.size()), count) << path;
-    return rows;
-}
 
 // Runs a dense region descriptor on photo.jpg; the rows of o.txt.
 std::vector<std::vector<double>> Dense(const TempDir& dir, const std::string& name, int* length,
@@ -47,7 +22,10 @@ std::vector<std::vector<double>> Dense(const TempDir& dir, const std::string& na
     args.insert(args.end(), more.begin(), more.end());
     RunResult run = RunLumisk(args, dir.Path());
     EXPECT_EQ(run.status, 0) << name << "\n" << run.out << run.err;
-    return ReadDescriptors(dir.File("o.txt"), length);
+    std::vector<std::vector<double>> rows;
+    for (const TextRow& row : ReadTextRows(dir.File("o.txt"), length))
+        rows.push_back(row.values);
+    return rows;
 }
 
 const char* const sRegionNames[] = {"rgbhistogram", "opponenthistogram",     "nrghistogram",
@@ -117,9 +95,8 @@ TEST(RegionDescriptorCli, TinyImagesAndFarPointsEndWithAStatus)
                                           "--descriptor", name, "--output", "l.txt"},
                                          dir.Path());
             EXPECT_EQ(loaded.status, 0) << where << "\n" << loaded.out << loaded.err;
-            int length = 0;
             // The far point is left out with a warning.
-            EXPECT_EQ(ReadDescriptors(dir.File("l.txt"), &length).size(), 2u) << where;
+            EXPECT_EQ(ReadTextRows(dir.File("l.txt")).size(), 2u) << where;
             EXPECT_EQ(CountOf(loaded.out, "has no patch: left out"), 1) << where;
         }
     }

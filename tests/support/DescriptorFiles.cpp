@@ -1,10 +1,12 @@
 #include "support/DescriptorFiles.h"
 
 #include <memory>
+#include <sstream>
 
 #include <gtest/gtest.h>
 
 #include "core/feature/PointDescriptorIO.h"
+#include "support/TestSupport.h"
 #include "util/IOBufferFile.h"
 
 namespace TestSupport
@@ -21,6 +23,33 @@ DescriptorFile ReadDescriptorFile(const std::string& path)
     file.points.reset(points);
     file.vectors.reset(vectors);
     return file;
+}
+
+std::vector<TextRow> ReadTextRows(const std::string& path, int* length)
+{
+    std::istringstream in(ReadTextFile(path));
+    std::string magic, line;
+    int width = -1, count = -1;
+    in >> magic >> width >> count;
+    EXPECT_EQ(magic, "VESK1") << path;
+    if (length)
+        *length = width;
+    std::vector<TextRow> rows;
+    while (std::getline(in, line))
+    {
+        if (line.empty())
+            continue;
+        TextRow row{};
+        double v;
+        std::istringstream point(line.substr(line.find(' ') + 1)), values(line.substr(line.find(';') + 1));
+        point >> row.x >> row.y >> row.scale >> row.orientation >> row.cornerness;
+        while (values >> v)
+            row.values.push_back(v);
+        EXPECT_EQ(static_cast<int>(row.values.size()), width) << path;
+        rows.push_back(row);
+    }
+    EXPECT_EQ(static_cast<int>(rows.size()), count) << path;
+    return rows;
 }
 
 void WriteDescriptorFile(const std::string& path, const MatrixPtr& points, const MatrixPtr& vectors, bool binary)

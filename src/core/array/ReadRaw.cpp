@@ -49,6 +49,8 @@ bool ReadHeader(Util::IOBuffer* buffer, RawHeader& h)
 // Beyond what the buffer can deliver, an announced payload is refused only past this
 // margin, so that a truncated file of ordinary size still yields what arrived.
 const long long sAllocationSlack = 1LL << 26;
+// Arrays of no values cost the file nothing: a list of them stops here.
+const long long sMostEmptyArrays = 1LL << 16;
 // Deflate expands at most about 1032 times.
 const long long sZlibRatio = 1100;
 
@@ -312,7 +314,7 @@ bool ReadRawList(std::vector<ArrayT*>& list, Util::IOBuffer* buffer)
     else if (h.linesPerChunk > 0)
         least = 12 * ((h.height + h.linesPerChunk - 1) / h.linesPerChunk);
     const long long left = std::max<long long>(0, buffer->Size() - payloadStart);
-    const long long most = least > 0 ? left / least + 1 : (1LL << 20);
+    const long long most = least > 0 ? left / least + 1 : sMostEmptyArrays;
     long long nr = h.nr;
     if (nr > most)
     {

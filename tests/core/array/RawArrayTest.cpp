@@ -301,4 +301,13 @@ TEST(RawArrayRead, TruncatedAndImplausiblePayloadsAreReported)
     EXPECT_EQ(list.p[0]->mData[1], 2);
     EXPECT_EQ(listLog.Text(), "[ReadRawList] header announces 1000000000000 arrays, the buffer holds at most 2\n"
                               "read 0 bytes instead of 16\n");
+
+    // Empty arrays cost the file nothing, so their count is capped. Found by fuzzing.
+    LogCapture emptyLog("Tavlin.Core.Array.ReadRawList");
+    std::unique_ptr<IOBuffer> empties = MemoryBufferOf(
+        TestSupport::ReadTextFile(std::string(LUMISK_TEST_DATA) + "/fuzz/ReadRaw/261000-empty-arrays.raw"));
+    Owned<Array2dReal64> emptyList;
+    EXPECT_FALSE(ReadRawList(emptyList.p, empties.get()));
+    EXPECT_EQ(emptyList.p.size(), 65536u);
+    EXPECT_EQ(emptyLog.Text(), "[ReadRawList] header announces 261000 arrays, the buffer holds at most 65536\n");
 }

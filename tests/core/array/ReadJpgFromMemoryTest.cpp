@@ -129,6 +129,14 @@ TEST(ReadJpgFromMemory, RefusesSizesThatItsBytesCannotHold)
         EXPECT_FALSE(ReadJpgGuarded(jpeg));
         EXPECT_EQ(log.Text(), "A JPEG of 60000 x 60000 cannot come from 340 bytes\n");
     }
+    // Found by fuzzing: an Adobe marker, tables and a frame of 2 GB amid garbage.
+    {
+        LogCapture log(kLog, log4cpp::Priority::WARN);
+        EXPECT_FALSE(ReadJpgGuarded(TestSupport::ReadTextFile(std::string(LUMISK_TEST_DATA) +
+                                                              "/fuzz/ReadImage/26373x27248-in-528-bytes.jpg")));
+        EXPECT_NE(log.Text().find("A JPEG of 26373 x 27248 cannot come from 528 bytes\n"), std::string::npos)
+            << log.Text();
+    }
 
     // The same bytes announcing 12 megapixels still decode at full size.
     const size_t frame = jpeg.find("\xff\xc0");
