@@ -26,6 +26,7 @@ def run_cli(image, options, output_format="binary", extra_files=None):
     """The bytes the command line writes to --output for the image and options."""
     with tempfile.TemporaryDirectory() as work:
         for name, data in (extra_files or {}).items():
+            os.makedirs(os.path.dirname(os.path.join(work, name)), exist_ok=True)
             with open(os.path.join(work, name), "wb") as f:
                 f.write(data)
         args = [BINARY, "--noErrorLog", "--outputFormat", output_format, "--output", "out"]

@@ -112,6 +112,37 @@ class ExtractTest(unittest.TestCase):
             self.assertEqual(from_file[1].shape, (5, 12))
             np.testing.assert_array_equal(from_file[1], from_array[1])
 
+    def test_quantizer_files_by_codebook_name(self):
+        # "closestword5" loads its words as Codebooks/<codebookName>.codebook.raw from the
+        # current directory, as the command line does.
+        pixels = support.synthetic_image()
+        words = np.random.default_rng(9).uniform(0, 60, (12, 128))
+        raw = support.raw_array("real64", 128, 12, words.astype("<f8").tobytes())
+        options = {"detector": "densesampling", "descriptor": "sift", "ds_spacing": 8,
+                   "codebookMode": "closestword5", "codebookName": "words"}
+        start = os.getcwd()
+        with tempfile.TemporaryDirectory() as work:
+            image = os.path.join(work, "synthetic.png")
+            with open(image, "wb") as f:
+                f.write(support.png(pixels))
+            os.mkdir(os.path.join(work, "Codebooks"))
+            with open(os.path.join(work, "Codebooks", "words.codebook.raw"), "wb") as f:
+                f.write(raw)
+            expected = support.parse_bindesc1(support.run_cli(
+                image, dict(options, codebook="Codebooks/words.codebook.raw"),
+                extra_files={"Codebooks/words.codebook.raw": raw}))
+            os.chdir(work)
+            try:
+                points, vectors = lumisk.project(pixels, "Codebooks/words.codebook.raw", **options)
+                with self.assertRaises(ValueError):
+                    lumisk.project(pixels, words, **dict(options, codebookName="missing"))
+            finally:
+                os.chdir(start)
+        self.assertEqual(vectors.shape[1], 5)
+        self.assertGreater(len(vectors), 20)
+        np.testing.assert_array_equal(points, expected[0])
+        np.testing.assert_array_equal(vectors, expected[1])
+
 
 if __name__ == "__main__":
     unittest.main()

@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <cstring>
 
 namespace Tavlin
 {
@@ -92,10 +93,43 @@ int FormatFixed(double value, char* out)
     return static_cast<int>(p - out);
 }
 
+// The digits of 0 .. 999, three a number from the end of four bytes whose first holds
+// the count: descriptor files are mostly such numbers.
+struct SmallWholeNumbers
+{
+    char text[1000][4];
+
+    constexpr SmallWholeNumbers() : text{}
+    {
+        for (int n = 0; n < 1000; ++n)
+        {
+            char* digits = text[n];
+            digits[0] = static_cast<char>(n >= 100 ? 3 : n >= 10 ? 2 : 1);
+            digits[1] = static_cast<char>('0' + n / 100);
+            digits[2] = static_cast<char>('0' + n / 10 % 10);
+            digits[3] = static_cast<char>('0' + n % 10);
+        }
+    }
+};
+
+constexpr SmallWholeNumbers sSmallWholeNumbers;
+
 } // namespace
 
 int FormatDefaultFloat(double value, char* out)
 {
+    // Not -0.0, which keeps its sign below.
+    if (value >= 0.0 && value < 1000.0 && !std::signbit(value))
+    {
+        const int whole = static_cast<int>(value);
+        if (static_cast<double>(whole) == value)
+        {
+            const char* digits = sSmallWholeNumbers.text[whole];
+            const int count = digits[0];
+            std::memcpy(out, digits + 4 - count, 3);
+            return count;
+        }
+    }
     if (value > -1e6 && value < 1e6)
     {
         // Integral values have at most six digits here, so they print exactly and

@@ -43,6 +43,9 @@ TEST(DefaultFloatText, MatchesStreamFormattingOnTrickyAndRandomValues)
     for (int k = 100000; k < 1000000; k += 37)
         for (double tie : {k + 0.5, (k + 0.5) / 1024.0})
             values.insert(values.end(), {tie, std::nextafter(tie, 0.0), std::nextafter(tie, 1e9)});
+    // Whole numbers around those that descriptors hold, and their neighbours.
+    for (int k = -1001; k <= 1001; ++k)
+        values.insert(values.end(), {double(k), std::nextafter(double(k), -1e9), std::nextafter(double(k), 1e9)});
     // Neighbours of powers of ten, where the digit count changes.
     for (int e = -310; e <= 308; ++e)
     {

@@ -117,32 +117,39 @@ bool WriteVESK1ToBuffer(Util::IOBuffer* buffer, Array2dReal64* points, Array2dRe
     writer.Write("VESK1\n", 6);
     const WriteShape shape = MeasureAndCheck(points, descriptors, sLogVesk);
 
-    std::string line = std::to_string(shape.descriptorLength) + "\n" + std::to_string(shape.count) + "\n";
-    writer.Write(line.data(), static_cast<int64_t>(line.size()));
+    const std::string head = std::to_string(shape.descriptorLength) + "\n" + std::to_string(shape.count) + "\n";
+    writer.Write(head.data(), static_cast<int64_t>(head.size()));
 
-    char number[Util::sDefaultFloatTextMax + 1];
-    number[0] = ' ';
+    // Each line is formatted straight into a buffer that holds the longest one.
+    const size_t longest = 1 + type.size() + 2 + 2 +
+                           static_cast<size_t>(shape.pointWidth + shape.descriptorLength) *
+                               (1 + static_cast<size_t>(Util::sDefaultFloatTextMax));
+    std::vector<char> text(longest);
     for (long long i = 0; i < shape.count; ++i)
     {
-        line.assign("<");
-        line += type;
+        char* p = text.data();
+        *p++ = '<';
+        p = std::copy(type.begin(), type.end(), p);
         const double* point = points->PixelPtr(0, i);
         for (long long k = 0; k < shape.pointWidth; ++k)
-            line.append(number, static_cast<size_t>(1 + Util::FormatDefaultFloat(point[k], number + 1)));
-        line += ">;";
-        if (i < shape.descriptorRows)
         {
-            const double* descriptor = descriptors->PixelPtr(0, i);
-            for (long long k = 0; k < shape.descriptorLength; ++k)
-                line.append(number, static_cast<size_t>(1 + Util::FormatDefaultFloat(descriptor[k], number + 1)));
+            *p++ = ' ';
+            p += Util::FormatDefaultFloat(point[k], p);
         }
-        else
+        *p++ = '>';
+        *p++ = ';';
+        const double* descriptor = i < shape.descriptorRows ? descriptors->PixelPtr(0, i) : nullptr;
+        for (long long k = 0; k < shape.descriptorLength; ++k)
         {
-            for (long long k = 0; k < shape.descriptorLength; ++k)
-                line += " 0";
+            *p++ = ' ';
+            if (descriptor)
+                p += Util::FormatDefaultFloat(descriptor[k], p);
+            else
+                *p++ = '0';
         }
-        line += ";\n";
-        writer.Write(line.data(), static_cast<int64_t>(line.size()));
+        *p++ = ';';
+        *p++ = '\n';
+        writer.Write(text.data(), static_cast<int64_t>(p - text.data()));
     }
     return writer.Done(sLogVesk);
 }

@@ -354,6 +354,14 @@ TAVLIN_TARGET_AVX2 void AccumulateSpreadAvx2(double* row, const CellDeposits& d,
 }
 #endif
 
+// The start of a band of spread bins in its store (eight doubles more than the band):
+// each pixel's eight values on one cache line.
+inline double* SpreadBand(std::vector<double>& store)
+{
+    const uintptr_t at = reinterpret_cast<uintptr_t>(store.data());
+    return store.data() + ((64 - at % 64) % 64) / sizeof(double);
+}
+
 // Rows first .. first + rows - 1 of the orientation planes spread out into `spread`,
 // eight values a pixel. Pixels that no footprint reads hold stale bins of 0 to 7 (or
 // -1), which the mask keeps inside the eight values.
@@ -520,7 +528,7 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
             LevelIsPlain(planes.o0.data(), magnitude.get(), spans))
         {
             planes.bandCapacity = capacity;
-            planes.spread.resize(static_cast<size_t>(capacity * channel->mWidth * 8));
+            planes.spread.resize(static_cast<size_t>(capacity * channel->mWidth * 8 + 8));
         }
         std::sort(usable.begin(), usable.end());
         for (const std::tuple<long long, long long, int>& u : usable)
@@ -739,14 +747,14 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::AccumulateAtZero(double* ro
             planes.bandFirst = std::max<long long>(
                 std::min(top - kBandSlack / 2, height - planes.bandCapacity), 0);
             planes.bandRows = std::min(planes.bandCapacity, height - planes.bandFirst);
-            SpreadBins(planes.spread.data(), planes.o0.data(), planes.fo.data(), width, planes.bandFirst,
+            SpreadBins(SpreadBand(planes.spread), planes.o0.data(), planes.fo.data(), width, planes.bandFirst,
                        planes.bandRows);
         }
         const CellDeposits d = {SpatialBinsT * SpatialBinsT, footprint.cellStart.data(),  footprint.cellI.data(),
                                 footprint.cellJ.data(),      footprint.cellWeight.data(), footprint.cellRowFactor.data(),
                                 footprint.cellColumnFactor.data()};
         const double* mag = magnitude->PixelPtr(0, 0) + iy * width + ix;
-        const double* spread = planes.spread.data() + 8 * ((iy - planes.bandFirst) * width + ix);
+        const double* spread = SpreadBand(planes.spread) + 8 * ((iy - planes.bandFirst) * width + ix);
         if (iy + footprint.minI >= 0 && iy + footprint.maxI < height && ix + footprint.minJ >= 0 &&
             ix + footprint.maxJ < width)
             AccumulateSpreadAvx2<true>(row, d, footprint.cellOffset.data(), mag, spread, ix, iy, width, height);
