@@ -6,6 +6,7 @@
 // sends all that is left and ends its side.
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -16,6 +17,7 @@
 #include <string>
 #include <thread>
 
+#include "FuzzIO.h"
 #include "FuzzSupport.h"
 #include "util/Channel.h"
 #include "util/IOBufferChannel.h"
@@ -45,47 +47,13 @@ bool Listen()
     return true;
 }
 
-bool SendAll(int socket, const uint8_t* data, size_t size)
-{
-    size_t sent = 0;
-    while (sent < size)
-    {
-        ssize_t n = send(socket, data + sent, size - sent, MSG_NOSIGNAL);
-        if (n <= 0)
-            return false;
-        sent += static_cast<size_t>(n);
-    }
-    return true;
-}
-
-bool ReceiveAll(int socket, char* to, size_t count)
-{
-    size_t got = 0;
-    while (got < count)
-    {
-        ssize_t n = recv(socket, to + got, count - got, 0);
-        if (n <= 0)
-            return false;
-        got += static_cast<size_t>(n);
-    }
-    return true;
-}
-
 // One request (its frame is the client's own, so well formed), then one answer.
 void Serve(int socket, const uint8_t* data, size_t size)
 {
     std::string request;
     size_t at = 0;
-    while (at < size)
+    while (at < size && FuzzSupport::ReceiveFrame(socket, request))
     {
-        char head[Channel::sHeadSize];
-        int total = 0;
-        if (!ReceiveAll(socket, head, sizeof(head)) || !Channel::ParseHead(head, total) ||
-            total < Channel::sHeadSize)
-            break;
-        request.resize(static_cast<size_t>(total - Channel::sHeadSize));
-        if (!ReceiveAll(socket, &request[0], request.size()))
-            break;
         size_t piece = size - at;
         int declared = 0;
         const bool whole = piece >= static_cast<size_t>(Channel::sHeadSize) &&
@@ -93,14 +61,24 @@ void Serve(int socket, const uint8_t* data, size_t size)
                            declared >= Channel::sHeadSize && static_cast<size_t>(declared) <= piece;
         if (whole)
             piece = static_cast<size_t>(declared);
-        if (!SendAll(socket, data + at, piece) || !whole)
+        if (!FuzzSupport::SendAll(socket, data + at, piece) || !whole)
             break;
         at += piece;
     }
     shutdown(socket, SHUT_WR);
-    char drain[65536];
-    while (recv(socket, drain, sizeof(drain), 0) > 0)
+    FuzzSupport::DrainUntilClosed(socket);
+}
+
+// A connection of an earlier input that was never taken would be taken for this one's.
+void DropWaitingConnections()
+{
+    pollfd waiting = {sListen, POLLIN, 0};
+    while (poll(&waiting, 1, 0) > 0)
     {
+        const int stale = FuzzSupport::AcceptOne(sListen);
+        if (stale < 0)
+            return;
+        close(stale);
     }
 }
 
@@ -183,8 +161,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     if (size < 1 || sListen < 0)
         return 0;
+    DropWaitingConnections();
     std::unique_ptr<Channel> channel(new Channel("127.0.0.1", sPort));
-    const int server = accept4(sListen, nullptr, nullptr, SOCK_CLOEXEC);
+    const int server = FuzzSupport::AcceptOne(sListen);
     if (server < 0)
         return 0;
     std::thread peer(Serve, server, data + 1, size - 1);

@@ -20,6 +20,7 @@
 #include <string>
 #include <thread>
 
+#include "FuzzIO.h"
 #include "FuzzSupport.h"
 #include "util/Channel.h"
 #include "util/DataServer.h"
@@ -47,7 +48,7 @@ void MakeRoot()
 
 bool StartServer()
 {
-    sRoot = std::filesystem::temp_directory_path().string() + "/lumisk-fuzz-server-" + std::to_string(getpid());
+    sRoot = FuzzSupport::TempPath("server-root");
     MakeRoot();
     Tavlin::Util::DataServerConfig config;
     config.mRoot = sRoot;
@@ -79,33 +80,6 @@ int Connect()
     return socket;
 }
 
-// Sends on one thread while this one reads the replies, so that neither side's full
-// buffer can stop the other.
-void Send(int socket, const char* data, size_t size)
-{
-    size_t sent = 0;
-    while (sent < size)
-    {
-        ssize_t n = send(socket, data + sent, size - sent, MSG_NOSIGNAL);
-        if (n <= 0)
-            break;
-        sent += static_cast<size_t>(n);
-    }
-}
-
-bool ReceiveAll(int socket, char* to, size_t count)
-{
-    size_t got = 0;
-    while (got < count)
-    {
-        ssize_t n = recv(socket, to + got, count - got, 0);
-        if (n <= 0)
-            return false;
-        got += static_cast<size_t>(n);
-    }
-    return true;
-}
-
 // One frame per line, each answered before the next; stops when the server ends.
 void Converse(int socket, const std::string& lines)
 {
@@ -123,14 +97,7 @@ void Converse(int socket, const std::string& lines)
         std::string frame(Channel::sHeadSize, '\0');
         Channel::WriteHead(&frame[0], Channel::sHeadSize + static_cast<int>(body.size()));
         frame += body;
-        Send(socket, frame.data(), frame.size());
-        char head[Channel::sHeadSize];
-        int total = 0;
-        if (!ReceiveAll(socket, head, sizeof(head)) || !Channel::ParseHead(head, total) ||
-            total < Channel::sHeadSize)
-            return;
-        reply.resize(static_cast<size_t>(total - Channel::sHeadSize));
-        if (!ReceiveAll(socket, &reply[0], reply.size()))
+        if (!FuzzSupport::SendAll(socket, frame.data(), frame.size()) || !FuzzSupport::ReceiveFrame(socket, reply))
             return;
         int id = 0;
         long long size = 0;
@@ -163,20 +130,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     }
     else
     {
+        // Sent on a thread while this one reads the replies, so that neither side's
+        // full buffer can stop the other.
         std::thread sender([&] {
-            Send(socket, rest, size > 0 ? size - 1 : 0);
+            FuzzSupport::SendAll(socket, rest, size > 0 ? size - 1 : 0);
             shutdown(socket, SHUT_WR);
         });
-        char reply[65536];
-        while (recv(socket, reply, sizeof(reply), 0) > 0)
-        {
-        }
+        FuzzSupport::DrainUntilClosed(socket);
         sender.join();
     }
-    char drain[4096];
-    while (recv(socket, drain, sizeof(drain), 0) > 0)
-    {
-    }
+    FuzzSupport::DrainUntilClosed(socket);
     close(socket);
     // The connection's thread may still be closing its files.
     while (sServer->GetActive() > 0)

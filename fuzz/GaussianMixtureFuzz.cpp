@@ -9,18 +9,13 @@
 #include <string>
 #include <vector>
 
+#include "FuzzIO.h"
 #include "FuzzSupport.h"
 #include "Link/GMM/fisher.h"
 #include "Link/GMM/gmm.h"
 
 namespace
 {
-
-std::string ModelPath()
-{
-    static const std::string path = "/tmp/lumisk-fuzz-gmm-" + std::to_string(getpid()) + ".bin";
-    return path;
-}
 
 template <class T>
 void LoadAndUse(const std::string& path)
@@ -57,12 +52,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     if (size < 1)
         return 0;
-    const std::string path = ModelPath();
-    FILE* file = std::fopen(path.c_str(), "wb");
-    if (!file)
+    const std::string path = FuzzSupport::TempPath("model.gmm");
+    if (!FuzzSupport::WriteFile(path, data + 1, size - 1))
         return 0;
-    std::fwrite(data + 1, 1, size - 1, file);
-    std::fclose(file);
     if (data[0] & 1)
         LoadAndUse<double>(path);
     else

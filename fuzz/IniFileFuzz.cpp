@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "FuzzIO.h"
 #include "FuzzSupport.h"
 #include "basis/CmdOptions.h"
 
@@ -17,12 +18,6 @@ namespace
 {
 
 const size_t sMaxWords = 32;
-
-std::string IniPath()
-{
-    static const std::string path = "/tmp/lumisk-fuzz-ini-" + std::to_string(getpid()) + ".ini";
-    return path;
-}
 
 } // namespace
 
@@ -37,12 +32,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const char* text = reinterpret_cast<const char*>(data);
     const void* zero = std::memchr(text, '\0', size);
     const size_t iniSize = zero ? static_cast<size_t>(static_cast<const char*>(zero) - text) : size;
-    const std::string path = IniPath();
-    FILE* file = std::fopen(path.c_str(), "wb");
-    if (!file)
+    const std::string path = FuzzSupport::TempPath("options.ini");
+    if (!FuzzSupport::WriteFile(path, data, iniSize))
         return 0;
-    std::fwrite(text, 1, iniSize, file);
-    std::fclose(file);
     Tavlin::ReadConfigFile(path);
 
     std::vector<std::string> args{"lumisk", "--ini", path};

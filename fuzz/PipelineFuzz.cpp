@@ -11,6 +11,7 @@
 #include <memory>
 #include <string>
 
+#include "FuzzIO.h"
 #include "FuzzSupport.h"
 #include "basis/CmdOptions.h"
 #include "core/array/ArrayFactories.h"
@@ -30,11 +31,6 @@ const char* const sDescriptors[] = {"sift",         "opponentsift",      "rgbsif
                                     "nrghistogram", "transformedcolorhistogram", "surf", "opponentsurf"};
 const size_t sDescriptorCount = sizeof(sDescriptors) / sizeof(sDescriptors[0]);
 const int sMaxSide = 24;
-
-std::string TempPath(const char* what)
-{
-    return "/tmp/lumisk-fuzz-pipeline-" + std::to_string(getpid()) + "." + what;
-}
 
 // Every registered option with its default, as the program snapshots them.
 PropertySet Defaults()
@@ -77,13 +73,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const std::string descriptor = sDescriptors[data[0] % sDescriptorCount];
     const int width = 1 + data[1] % sMaxSide;
     const int height = 1 + data[2] % sMaxSide;
-    const std::string regions = TempPath("regions");
-    const std::string output = TempPath("output");
-    FILE* file = std::fopen(regions.c_str(), "wb");
-    if (!file)
+    const std::string regions = FuzzSupport::TempPath("regions");
+    const std::string output = FuzzSupport::TempPath("output");
+    if (!FuzzSupport::WriteFile(regions, data + 5, size - 5))
         return 0;
-    std::fwrite(data + 5, 1, size - 5, file);
-    std::fclose(file);
 
     PropertySet properties = Defaults();
     properties.Add("descriptor", descriptor);
