@@ -45,7 +45,9 @@ void QuietLogging()
     layout->setConversionPattern("%p %c: %m%n");
     appender->setLayout(layout);
     root.addAppender(appender);
-    root.setPriority(log4cpp::Priority::DEBUG);
+    // As the programs run by default: debug lines (one per array allocation) would
+    // make the harness, not the reader, slow.
+    root.setPriority(log4cpp::Priority::INFO);
 }
 
 std::unique_ptr<Tavlin::Util::IOBuffer> BufferOf(const uint8_t* data, size_t size)

@@ -13,8 +13,8 @@
 namespace FuzzSupport
 {
 
-// Sends every log line into a stream that drops it. Messages are still formatted, so
-// that their composition is exercised too. Call once, from LLVMFuzzerInitialize or the
+// Sends every log line from INFO up into a stream that drops it. Messages are still
+// formatted, so that their composition is exercised too. Call once, from LLVMFuzzerInitialize or the
 // first input.
 void QuietLogging();
 

@@ -312,7 +312,7 @@ bool ReadRawList(std::vector<ArrayT*>& list, Util::IOBuffer* buffer)
     if (h.binary == 0)
         least = 2 * (h.bytes / static_cast<long long>(sizeof(typename ArrayT::StorType)));
     else if (h.linesPerChunk > 0)
-        least = 12 * ((h.height + h.linesPerChunk - 1) / h.linesPerChunk);
+        least = 12 * (h.height / h.linesPerChunk + (h.height % h.linesPerChunk != 0)); // any run length
     const long long left = std::max<long long>(0, buffer->Size() - payloadStart);
     const long long most = least > 0 ? left / least + 1 : sMostEmptyArrays;
     long long nr = h.nr;

@@ -310,4 +310,14 @@ TEST(RawArrayRead, TruncatedAndImplausiblePayloadsAreReported)
     EXPECT_FALSE(ReadRawList(emptyList.p, empties.get()));
     EXPECT_EQ(emptyList.p.size(), 65536u);
     EXPECT_EQ(emptyLog.Text(), "[ReadRawList] header announces 261000 arrays, the buffer holds at most 65536\n");
+
+    // A run length near the largest integer (found by fuzzing; the sanitizer build
+    // checks that no sum overflows): one run per array, whose garbage does not inflate.
+    LogCapture runLog("Tavlin.Core.Array.ReadRawList");
+    std::unique_ptr<IOBuffer> hugeRuns = MemoryBufferOf(
+        TestSupport::ReadTextFile(std::string(LUMISK_TEST_DATA) + "/fuzz/ReadRaw/huge-run-length.raw"));
+    Owned<Array2dReal64> runList;
+    EXPECT_FALSE(ReadRawList(runList.p, hugeRuns.get()));
+    EXPECT_EQ(runList.p.size(), 3u);
+    EXPECT_EQ(runLog.Text(), "read 0 bytes instead of 32\n");
 }
