@@ -9,6 +9,7 @@
 #include <numeric>
 
 #include "basis/CmdOptions.h"
+#include "core/array/ArrayFactories.h"
 #include "core/feature/PointDescriptorTable.h"
 #include "persistency/RepositoryInFileSystem.h"
 #include "support/TestSupport.h"
@@ -155,4 +156,29 @@ TEST(InterestPointFeatureKeepLimited, KeepsTheRowsAnIndependentShufflePicks)
         for (int i = 0; i < 7; ++i)
             EXPECT_TRUE(kept->X()[i] == all->X()[order[i]] && kept->Y()[i] == all->Y()[order[i]]) << run << i;
     }
+}
+
+TEST(InterestPointFeatureRegions, SiftOnLoadedRegionsOfATinyImage)
+{
+    // Found by fuzzing (under the undefined-behaviour sanitizer): SIFT on a 17 x 17
+    // image at points loaded from a regions file, where rows outside the read band had
+    // no bins. The input's first five bytes chose descriptor and image; the rest is the
+    // regions file.
+    using Tavlin::Persistency::RepositoryGetFile;
+    const std::string found =
+        TestSupport::ReadTextFile(std::string(LUMISK_TEST_DATA) + "/fuzz/PipelineFuzz/sift-null-bins-offset");
+    ASSERT_GT(found.size(), 5u);
+    TestSupport::TempDir dir;
+    TestSupport::WriteTextFile(dir.File("regions"), found.substr(5));
+    Configured sift({{"descriptor", "sift"}, {"noRandomizeSeed", "1"}});
+    std::unique_ptr<Tavlin::Core::Array::Array2dVec3UInt8> image(
+        Tavlin::Core::Array::ArrayCreate<Tavlin::Core::Array::Array2dVec3UInt8>(17, 17, 0, 0));
+    unsigned char* p = reinterpret_cast<unsigned char*>(image->mData);
+    for (int i = 0; i < 17 * 17 * 3; ++i)
+        p[i] = static_cast<unsigned char>(i * 37);
+    EXPECT_TRUE(sift.feature.FindInterestPoints(image.get(), Tavlin::Quid(0),
+                                                RepositoryGetFile(dir.File("out"), true, true), false,
+                                                RepositoryGetFile(dir.File("regions"), false, true),
+                                                Tavlin::Persistency::File()));
+    EXPECT_TRUE(TestSupport::PathExists(dir.File("out")));
 }

@@ -390,9 +390,12 @@ bool LevelIsPlain(const int32_t* bins, Array2dReal64* magnitude, const ReadSpans
     bool plain = true;
     for (long long y = 0; y < magnitude->mHeight; ++y)
     {
+        const long long x1 = std::min(spans.last[y] + 1, width);
+        // Rows nobody reads may lie outside the band, where there are no bins.
+        if (spans.first[y] >= x1)
+            continue;
         const int32_t* bin = bins + y * width;
         const double* m = magnitude->PixelPtr(0, y);
-        const long long x1 = std::min(spans.last[y] + 1, width);
         for (long long x = spans.first[y]; x < x1; ++x)
             plain = plain && bin[x] >= 0 && std::isfinite(m[x]);
     }
