@@ -6,7 +6,6 @@
 // sends all that is left and ends its side.
 #include <arpa/inet.h>
 #include <netinet/in.h>
-#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -29,23 +28,29 @@ using Tavlin::Util::IOBufferChannel;
 namespace
 {
 
-int sListen = -1;
-int sPort = 0;
-
-bool Listen()
+// A listener of its own for each input, on a port the system chooses: no connection
+// of an earlier input can be taken for this one's.
+struct Listener
 {
-    sListen = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address;
-    std::memset(&address, 0, sizeof(address));
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof(address);
-    if (sListen < 0 || bind(sListen, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 ||
-        listen(sListen, 4) != 0 || getsockname(sListen, reinterpret_cast<sockaddr*>(&address), &length) != 0)
-        return false;
-    sPort = ntohs(address.sin_port);
-    return true;
-}
+    Listener() : socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)), port(0)
+    {
+        sockaddr_in address;
+        std::memset(&address, 0, sizeof(address));
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t length = sizeof(address);
+        if (socket >= 0 && bind(socket, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0 &&
+            listen(socket, 1) == 0 && getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length) == 0)
+            port = ntohs(address.sin_port);
+    }
+    ~Listener()
+    {
+        if (socket >= 0)
+            close(socket);
+    }
+    int socket;
+    int port;
+};
 
 // One request (its frame is the client's own, so well formed), then one answer.
 void Serve(int socket, const uint8_t* data, size_t size)
@@ -67,19 +72,6 @@ void Serve(int socket, const uint8_t* data, size_t size)
     }
     shutdown(socket, SHUT_WR);
     FuzzSupport::DrainUntilClosed(socket);
-}
-
-// A connection of an earlier input that was never taken would be taken for this one's.
-void DropWaitingConnections()
-{
-    pollfd waiting = {sListen, POLLIN, 0};
-    while (poll(&waiting, 1, 0) > 0)
-    {
-        const int stale = FuzzSupport::AcceptOne(sListen);
-        if (stale < 0)
-            return;
-        close(stale);
-    }
 }
 
 template <class T>
@@ -154,21 +146,21 @@ void UseServerFile(Channel& channel, int mode)
 extern "C" int LLVMFuzzerInitialize(int*, char***)
 {
     FuzzSupport::QuietLogging();
-    return Listen() ? 0 : 1;
+    return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    if (size < 1 || sListen < 0)
+    Listener listener;
+    if (size < 1 || listener.port == 0)
         return 0;
-    DropWaitingConnections();
-    std::unique_ptr<Channel> channel(new Channel("127.0.0.1", sPort));
-    const int server = FuzzSupport::AcceptOne(sListen);
+    std::unique_ptr<Channel> channel(new Channel("127.0.0.1", listener.port));
+    // Without a connection nothing waits to be taken.
+    const int server = channel->GetErrorCount() == 0 ? FuzzSupport::AcceptOne(listener.socket) : -1;
     if (server < 0)
         return 0;
     std::thread peer(Serve, server, data + 1, size - 1);
-    if (channel->GetErrorCount() == 0)
-        UseServerFile(*channel, data[0]);
+    UseServerFile(*channel, data[0]);
     channel.reset();
     peer.join();
     close(server);

@@ -24,6 +24,11 @@ namespace Array
 void ConvKernelSeparated(Array2dReal64*& dst, Array2dReal64* src, Array2dReal64* kernelX, Array2dReal64* kernelY,
                          int dispatchId, Util::TimePlot* plot);
 
+// The same convolution written over the plane itself, which the horizontal pass no
+// longer needs once done: one plane less alive. `a` is replaced by a widened copy when
+// its border is too narrow. The border is left as the passes leave it.
+void ConvKernelSeparatedInPlace(Array2dReal64*& a, Array2dReal64* kernelX, Array2dReal64* kernelY);
+
 } // namespace Array
 } // namespace Core
 } // namespace Tavlin

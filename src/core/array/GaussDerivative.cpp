@@ -69,6 +69,15 @@ void GaussDerivative(Array2dReal64*& dst, Array2dReal64* src, double sigma, int 
     delete kernelY;
 }
 
+void GaussSmoothInPlace(Array2dReal64*& a, double sigma, double precision)
+{
+    Array2dReal64* kernelX = MakeGaussDerivativeKernel(sigma, 0, precision, a->mWidth);
+    Array2dReal64* kernelY = MakeGaussDerivativeKernel(sigma, 0, precision, a->mHeight);
+    ConvKernelSeparatedInPlace(a, kernelX, kernelY);
+    delete kernelX;
+    delete kernelY;
+}
+
 } // namespace Array
 } // namespace Core
 } // namespace Tavlin

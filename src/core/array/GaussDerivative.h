@@ -23,6 +23,10 @@ Array2dReal64* MakeGaussDerivativeKernel(double sigma, int order, double precisi
 void GaussDerivative(Array2dReal64*& dst, Array2dReal64* src, double sigma, int orderX, int orderY,
                      double precision);
 
+// The smoothing (orders 0) of GaussDerivative written over the plane itself; `a` may be
+// replaced by a widened copy.
+void GaussSmoothInPlace(Array2dReal64*& a, double sigma, double precision);
+
 } // namespace Array
 } // namespace Core
 } // namespace Tavlin

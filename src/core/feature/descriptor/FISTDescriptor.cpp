@@ -495,6 +495,7 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
         // point after another overlap in the cache.
         bool anyAtZero = false;
         long long tallest = 0;
+        long long atZero = 0;
         usable.clear();
         for (int n = levelStart[level]; n < levelStart[level + 1]; ++n)
         {
@@ -510,6 +511,7 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
             if (orientations[k] == 0.0 && !std::signbit(orientations[k]))
             {
                 anyAtZero = true;
+                ++atZero;
                 tallest = std::max<long long>(tallest, f.maxI - f.minI + 1);
             }
         }
@@ -523,8 +525,14 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
                                          anyAtZero ? planes.fo.data() : nullptr);
         planes.bandRows = 0;
         planes.bandCapacity = 0;
+        // Spreading the bins costs about two passes over the rows read; it pays where
+        // the footprints read each pixel many times, as on a dense grid.
+        long long spanPixels = 0;
+        for (long long y = 0; y < channel->mHeight; ++y)
+            spanPixels += std::max<long long>(spans.last[y] - spans.first[y] + 1, 0);
         const long long capacity = std::min<long long>(tallest + 2 * kBandSlack, channel->mHeight);
-        if (OrientationBinsT == 8 && anyAtZero && CpuHasAvx2() && capacity * channel->mWidth <= kBandPixels &&
+        if (OrientationBinsT == 8 && atZero * tallest * tallest >= 4 * spanPixels && CpuHasAvx2() &&
+            capacity * channel->mWidth <= kBandPixels &&
             LevelIsPlain(planes.o0.data(), magnitude.get(), spans))
         {
             planes.bandCapacity = capacity;

@@ -201,10 +201,15 @@ Array2dReal64* HarrisLaplaceDetector::IntegrateTerms(Array2dReal64* lxx, Array2d
     {
         // The integration always uses precision 3.
         if (mRecGauss)
+        {
             Array::RecGauss(smooth[i], terms[i], sigma, sigma, 0, 0, 3);
+            delete terms[i];
+        }
         else
-            Array::GaussDerivative(smooth[i], terms[i], sigma, 0, 0, 3.0);
-        delete terms[i];
+        {
+            Array::GaussSmoothInPlace(terms[i], sigma, 3.0);
+            smooth[i] = terms[i];
+        }
     }
     Array2dReal64* result = smooth[0];
     const long long width = result->mWidth;
