@@ -422,7 +422,7 @@ TEST(GaussianMixture, ModelFilesWithoutPositiveWeightsOrVariancesAreRefused)
     // Found by fuzzing, the first byte choosing the element width (odd: double): a float
     // model whose first Gaussian has variance 0, and a double model of no Gaussians in
     // 84475904 dimensions, which took seconds and hundreds of megabytes to set up.
-    const std::string found = std::string(LUMISK_TEST_DATA) + "/fuzz/GaussianMixtureFuzz/";
+    const std::string found = std::string(LUMISK_TEST_DATA) + "/fuzz/GaussianMixture/";
     const std::string zeroVariance = TestSupport::ReadTextFile(found + "zero-variance");
     ASSERT_GT(zeroVariance.size(), 9u);
     EXPECT_EQ(zeroVariance[0] % 2, 0);

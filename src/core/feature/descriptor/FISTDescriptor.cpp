@@ -480,16 +480,12 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
             f.valid = false;
         int nextSlot = 0;
         // The footprint of a point from the level's cache, made when missing.
-        auto footprintOf = [&](double scale, double fx, double fy, double orientation) -> const Footprint& {
-            for (const Footprint& f : cache)
+        auto footprintOf = [&](double scale, double fx, double fy, double orientation) -> Footprint& {
+            for (Footprint& f : cache)
                 if (f.valid && f.scale == scale && f.fx == fx && f.fy == fy && f.orientation == orientation)
                     return f;
             Footprint& made = cache[nextSlot];
             MakeFootprint(made, scale, fx, fy, orientation);
-            made.cellOffset.resize(made.cellI.size());
-            made.offsetWidth = channel->mWidth;
-            for (size_t e = 0; e < made.cellI.size(); ++e)
-                made.cellOffset[e] = made.cellI[e] * made.offsetWidth + made.cellJ[e];
             nextSlot = (nextSlot + 1) % kFootprintCacheSize;
             return made;
         };
@@ -549,10 +545,12 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
             const double orientation = orientations[k];
             const long long ix = static_cast<int32_t>(xs[k] + 0.5);
             const long long iy = static_cast<int32_t>(ys[k] + 0.5);
-            const Footprint* footprint = &footprintOf(scale, xs[k] - ix, ys[k] - iy, orientation);
+            Footprint* footprint = &footprintOf(scale, xs[k] - ix, ys[k] - iy, orientation);
             double* row = rows + static_cast<size_t>(k) * DescriptorLength;
             if (orientation == 0.0 && !std::signbit(orientation))
             {
+                if (planes.bandCapacity > 0 && footprint->offsetWidth != channel->mWidth)
+                    MakeCellDeposits(*footprint, channel->mWidth);
                 AccumulateAtZero(row, *footprint, magnitude.get(), planes, ix, iy);
             }
             else
@@ -677,6 +675,17 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::MakeFootprint(Footprint& fo
             footprint.rowStart.back() = static_cast<int32_t>(footprint.taps.size());
         }
     }
+}
+
+template <int SpatialBinsT, int OrientationBinsT>
+void FISTDescriptor<SpatialBinsT, OrientationBinsT>::MakeCellDeposits(Footprint& footprint, long long offsetWidth) const
+{
+    footprint.cellStart.assign(1, 0);
+    footprint.cellI.clear();
+    footprint.cellJ.clear();
+    footprint.cellWeight.clear();
+    footprint.cellRowFactor.clear();
+    footprint.cellColumnFactor.clear();
     // Cell (r, c) of a tap is bit (r - r0) x 2 + (c - c0) of its cells.
     for (int r = 0; r < SpatialBinsT; ++r)
         for (int c = 0; c < SpatialBinsT; ++c)
@@ -696,6 +705,10 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::MakeFootprint(Footprint& fo
             }
             footprint.cellStart.push_back(static_cast<int32_t>(footprint.cellI.size()));
         }
+    footprint.cellOffset.resize(footprint.cellI.size());
+    footprint.offsetWidth = offsetWidth;
+    for (size_t e = 0; e < footprint.cellI.size(); ++e)
+        footprint.cellOffset[e] = footprint.cellI[e] * offsetWidth + footprint.cellJ[e];
 }
 
 template <int SpatialBinsT, int OrientationBinsT>

@@ -124,6 +124,9 @@ private:
     };
 
     void MakeFootprint(Footprint& footprint, double scale, double fx, double fy, double orientation) const;
+    // The deposits by grid cell that the band loop reads, for planes `offsetWidth` wide;
+    // made only for levels that use the band, as they take several times the taps' memory.
+    void MakeCellDeposits(Footprint& footprint, long long offsetWidth) const;
     void Accumulate(double* row, const Footprint& footprint, Array::Array2dReal64* magnitude,
                     Array::Array2dReal64* angle, long long ix, long long iy, double orientation) const;
     // The same for a point of orientation 0, with the level's orientation planes.
