@@ -1,5 +1,7 @@
 #include "core/feature/codebook/GetCodebookLength.h"
 
+#include <cstdint>
+
 #include "basis/Report.h"
 
 namespace Tavlin
@@ -17,7 +19,14 @@ int GetCodebookLength(FeatureTable* table)
         TLOG_ERROR(sLog, "[GetCodebookLength] empty codebook table");
         return 0;
     }
-    return static_cast<int32_t>(table->GetQuid(table->Size() - 1).GetSecond()) + 1;
+    const int32_t last = static_cast<int32_t>(table->GetQuid(table->Size() - 1).GetSecond());
+    // The largest number has no successor in an int: no forest has that many words.
+    if (last == INT32_MAX)
+    {
+        TLOG_ERROR(sLog, "[GetCodebookLength] last code word " << last << " leaves no room for a count");
+        return 0;
+    }
+    return last + 1;
 }
 
 } // namespace Feature

@@ -161,6 +161,13 @@ TEST(ReadCodebookTable, KeepsQuidsAndVectorsForTheForest)
     LogCapture log("Tavlin.Core.Feature.GetCodebookLength");
     EXPECT_EQ(GetCodebookLength(&empty), 0);
     EXPECT_EQ(log.Text(), "[GetCodebookLength] empty codebook table\n");
+    // A table file whose last word is the largest int (found by fuzzing) has no count.
+    std::unique_ptr<FeatureTable> largest(ReadCodebookTable(MemoryBufferOf(
+        ReadTextFile(std::string(LUMISK_TEST_DATA) + "/fuzz/RandomForest/last-word-2147483647")).get()));
+    ASSERT_TRUE(largest);
+    EXPECT_EQ(GetCodebookLength(largest.get()), 0);
+    EXPECT_NE(log.Text().find("[GetCodebookLength] last code word 2147483647 leaves no room for a count\n"),
+              std::string::npos);
 
     MatrixPtr words = Words(2, 2);
     LogCapture tableLog(kLog);
