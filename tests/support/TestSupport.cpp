@@ -46,6 +46,11 @@ std::string ReadTextFile(const std::string& path)
     return text.str();
 }
 
+std::string FuzzFinding(const std::string& reader, const std::string& name)
+{
+    return ReadTextFile(std::string(LUMISK_TEST_DATA) + "/fuzz/" + reader + "/" + name);
+}
+
 bool PathExists(const std::string& path)
 {
     struct stat info;

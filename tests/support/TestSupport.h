@@ -30,6 +30,8 @@ private:
 
 void WriteTextFile(const std::string& path, const std::string& text);
 std::string ReadTextFile(const std::string& path);
+// The bytes of an input that fuzzing found for `reader`, kept under tests/data/fuzz.
+std::string FuzzFinding(const std::string& reader, const std::string& name);
 bool PathExists(const std::string& path);
 
 struct RunResult

@@ -483,7 +483,7 @@ TEST(IOBufferChannel, CopyTakesMemoryForWhatArrivesNotForTheAnnouncedSize)
     // Found by fuzzing: a server that announces 99999999999999 bytes and sends five made
     // the client ask for all that memory at once. The first byte chose the copy.
     const std::string found =
-        ReadTextFile(std::string(LUMISK_TEST_DATA) + "/fuzz/Channel/huge-announced-size");
+        FuzzFinding("Channel", "huge-announced-size");
     ASSERT_FALSE(found.empty());
     EXPECT_EQ(found[0], 1);
     const std::vector<std::string> frames = Frames(found.substr(1));

@@ -422,13 +422,12 @@ TEST(GaussianMixture, ModelFilesWithoutPositiveWeightsOrVariancesAreRefused)
     // Found by fuzzing, the first byte choosing the element width (odd: double): a float
     // model whose first Gaussian has variance 0, and a double model of no Gaussians in
     // 84475904 dimensions, which took seconds and hundreds of megabytes to set up.
-    const std::string found = std::string(LUMISK_TEST_DATA) + "/fuzz/GaussianMixture/";
-    const std::string zeroVariance = TestSupport::ReadTextFile(found + "zero-variance");
+    const std::string zeroVariance = TestSupport::FuzzFinding("GaussianMixture", "zero-variance");
     ASSERT_GT(zeroVariance.size(), 9u);
     EXPECT_EQ(zeroVariance[0] % 2, 0);
     EXPECT_EQ(load(zeroVariance.substr(1), false, messages), -1);
     EXPECT_NE(messages.find("weights and variances must be positive numbers"), std::string::npos) << messages;
-    const std::string noGaussians = TestSupport::ReadTextFile(found + "dimensions-without-gaussians");
+    const std::string noGaussians = TestSupport::FuzzFinding("GaussianMixture", "dimensions-without-gaussians");
     ASSERT_EQ(noGaussians.size(), 9u);
     EXPECT_EQ(noGaussians[0] % 2, 1);
     EXPECT_EQ(load(noGaussians.substr(1), true, messages), -1);

@@ -305,7 +305,7 @@ TEST(RawArrayRead, TruncatedAndImplausiblePayloadsAreReported)
     // Empty arrays cost the file nothing, so their count is capped. Found by fuzzing.
     LogCapture emptyLog("Tavlin.Core.Array.ReadRawList");
     std::unique_ptr<IOBuffer> empties = MemoryBufferOf(
-        TestSupport::ReadTextFile(std::string(LUMISK_TEST_DATA) + "/fuzz/ReadRaw/261000-empty-arrays.raw"));
+        TestSupport::FuzzFinding("ReadRaw", "261000-empty-arrays.raw"));
     Owned<Array2dReal64> emptyList;
     EXPECT_FALSE(ReadRawList(emptyList.p, empties.get()));
     EXPECT_EQ(emptyList.p.size(), 65536u);
@@ -315,7 +315,7 @@ TEST(RawArrayRead, TruncatedAndImplausiblePayloadsAreReported)
     // checks that no sum overflows): one run per array, whose garbage does not inflate.
     LogCapture runLog("Tavlin.Core.Array.ReadRawList");
     std::unique_ptr<IOBuffer> hugeRuns = MemoryBufferOf(
-        TestSupport::ReadTextFile(std::string(LUMISK_TEST_DATA) + "/fuzz/ReadRaw/huge-run-length.raw"));
+        TestSupport::FuzzFinding("ReadRaw", "huge-run-length.raw"));
     Owned<Array2dReal64> runList;
     EXPECT_FALSE(ReadRawList(runList.p, hugeRuns.get()));
     EXPECT_EQ(runList.p.size(), 3u);

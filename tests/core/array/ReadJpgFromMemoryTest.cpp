@@ -121,8 +121,7 @@ TEST(ReadJpgFromMemory, TruncatedFileIsFullSizeAndBrokenDataAWarning)
 TEST(ReadJpgFromMemory, RefusesSizesThatItsBytesCannotHold)
 {
     // A cut file whose header says 60000 x 60000: 10.8 GB of pixels from 340 bytes.
-    std::string jpeg = TestSupport::ReadTextFile(std::string(LUMISK_TEST_DATA) +
-                                                 "/fuzz/ReadImage/60000x60000-in-340-bytes.jpg");
+    std::string jpeg = TestSupport::FuzzFinding("ReadImage", "60000x60000-in-340-bytes.jpg");
     ASSERT_EQ(jpeg.size(), 340u);
     {
         LogCapture log(kLog, log4cpp::Priority::WARN);
@@ -132,8 +131,7 @@ TEST(ReadJpgFromMemory, RefusesSizesThatItsBytesCannotHold)
     // Found by fuzzing: an Adobe marker, tables and a frame of 2 GB amid garbage.
     {
         LogCapture log(kLog, log4cpp::Priority::WARN);
-        EXPECT_FALSE(ReadJpgGuarded(TestSupport::ReadTextFile(std::string(LUMISK_TEST_DATA) +
-                                                              "/fuzz/ReadImage/26373x27248-in-528-bytes.jpg")));
+        EXPECT_FALSE(ReadJpgGuarded(TestSupport::FuzzFinding("ReadImage", "26373x27248-in-528-bytes.jpg")));
         EXPECT_NE(log.Text().find("A JPEG of 26373 x 27248 cannot come from 528 bytes\n"), std::string::npos)
             << log.Text();
     }

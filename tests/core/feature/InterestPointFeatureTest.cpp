@@ -166,7 +166,7 @@ TEST(InterestPointFeatureRegions, SiftOnLoadedRegionsOfATinyImage)
     // regions file.
     using Tavlin::Persistency::RepositoryGetFile;
     const std::string found =
-        TestSupport::ReadTextFile(std::string(LUMISK_TEST_DATA) + "/fuzz/Pipeline/sift-null-bins-offset");
+        TestSupport::FuzzFinding("Pipeline", "sift-null-bins-offset");
     ASSERT_GT(found.size(), 5u);
     TestSupport::TempDir dir;
     TestSupport::WriteTextFile(dir.File("regions"), found.substr(5));

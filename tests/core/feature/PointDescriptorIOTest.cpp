@@ -271,7 +271,7 @@ TEST(ReadBINDESC1FromBuffer, RefusesPointsWithoutValues)
 {
     // 134 million points of no values and 6 descriptor values each, in a 32-byte file.
     const std::string file =
-        TestSupport::ReadTextFile(std::string(LUMISK_TEST_DATA) + "/fuzz/PointDescriptorIO/points-of-no-values.bin");
+        TestSupport::FuzzFinding("PointDescriptorIO", "points-of-no-values.bin");
     ASSERT_EQ(file.size(), 32u);
     for (int wanted = 1; wanted <= 3; ++wanted)
     {

@@ -612,12 +612,7 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::MakeFootprint(Footprint& fo
     footprint.maxJ = 0;
     footprint.taps.clear();
     footprint.rowStart.assign(1, 0);
-    footprint.cellStart.assign(1, 0);
-    footprint.cellI.clear();
-    footprint.cellJ.clear();
-    footprint.cellWeight.clear();
-    footprint.cellRowFactor.clear();
-    footprint.cellColumnFactor.clear();
+    // The cell deposits of an earlier footprint are stale until MakeCellDeposits runs.
     footprint.offsetWidth = 0;
     const double cell = 3.0 * scale;
     const int radius = FootprintRadius(scale, bins);

@@ -134,7 +134,7 @@ TEST(ReadCodebookFromBuffer, TruncatedEmptyAndGarbageFilesGiveNullWithAMessage)
                                             "height: 100000, nr: 1")));
     // 67 million words of no values behind points of no values, in 37 bytes.
     EXPECT_FALSE(ReadFrom(
-        ReadTextFile(std::string(LUMISK_TEST_DATA) + "/fuzz/ReadCodebook/words-of-points-of-no-values.bin")));
+        FuzzFinding("ReadCodebook", "words-of-points-of-no-values.bin")));
     EXPECT_EQ(log.Text(), "[ReadCodebookFromBuffer] IOBuffer is 0\n"
                           "[ReadCodebookTable] not a readable table file\n"
                           "[ReadCodebookFromBuffer] descriptor file without readable descriptors\n"
@@ -163,7 +163,7 @@ TEST(ReadCodebookTable, KeepsQuidsAndVectorsForTheForest)
     EXPECT_EQ(log.Text(), "[GetCodebookLength] empty codebook table\n");
     // A table file whose last word is the largest int (found by fuzzing) has no count.
     std::unique_ptr<FeatureTable> largest(ReadCodebookTable(MemoryBufferOf(
-        ReadTextFile(std::string(LUMISK_TEST_DATA) + "/fuzz/RandomForest/last-word-2147483647")).get()));
+        FuzzFinding("RandomForest", "last-word-2147483647")).get()));
     ASSERT_TRUE(largest);
     EXPECT_EQ(GetCodebookLength(largest.get()), 0);
     EXPECT_NE(log.Text().find("[GetCodebookLength] last code word 2147483647 leaves no room for a count\n"),
