@@ -159,10 +159,10 @@ inline void Deposit(double* row, const TapT& tap, double w, int o0, int o1, doub
     const double go = 1.0 - fo;
     if (tap.cells & 3u)
     {
-        const double wr = w * tap.gr;
+        const double wr = w * (1.0 - tap.fr);
         if (tap.cells & 1u)
         {
-            const double wrc = wr * tap.gc;
+            const double wrc = wr * (1.0 - tap.fc);
             double* cell = row + tap.cell;
             cell[o0] += wrc * go;
             cell[o1] += wrc * fo;
@@ -180,7 +180,7 @@ inline void Deposit(double* row, const TapT& tap, double w, int o0, int o1, doub
         const double wr = w * tap.fr;
         if (tap.cells & 4u)
         {
-            const double wrc = wr * tap.gc;
+            const double wrc = wr * (1.0 - tap.fc);
             double* cell = row + tap.cell + SpatialBinsT * OrientationBinsT;
             cell[o0] += wrc * go;
             cell[o1] += wrc * fo;
@@ -213,7 +213,7 @@ inline double CentralDifference(double before, double at, double after)
 // orientation 0, the bin -1 where the fraction is out of range.
 template <int OrientationBinsT>
 void LevelGradients(Array2dReal64* channel, double sigma, Array2dReal64* magnitude, Array2dReal64* angle,
-                    const ReadSpans& spans, int32_t* bins, double* fractions)
+                    const ReadSpans& spans, int8_t* bins, double* fractions)
 {
     std::unique_ptr<Array2dReal64> sx(Array::RecGaussSmoothing(channel, sigma, sigma, 1, 0, 3));
     std::unique_ptr<Array2dReal64> sy(Array::RecGaussSmoothing(channel, sigma, sigma, 0, 1, 3));
@@ -221,6 +221,7 @@ void LevelGradients(Array2dReal64* channel, double sigma, Array2dReal64* magnitu
     const long long height = channel->mHeight;
     std::vector<double> gxRow(static_cast<size_t>(width));
     std::vector<double> gyRow(static_cast<size_t>(width));
+    std::vector<double> angleRow(angle ? 0 : static_cast<size_t>(width));
     double* gx = gxRow.data();
     double* gy = gyRow.data();
     for (long long y = 0; y < height; ++y)
@@ -243,7 +244,8 @@ void LevelGradients(Array2dReal64* channel, double sigma, Array2dReal64* magnitu
         for (long long x = x0; x < x1; ++x)
             gy[x] = CentralDifference(above[x], at[x], below[x]);
         double* m = magnitude->PixelPtr(0, y);
-        double* a = angle->PixelPtr(0, y);
+        // Without an angle plane the angles only pass through a row to the bins.
+        double* a = angle ? angle->PixelPtr(0, y) : angleRow.data();
         for (long long x = x0; x < x1; ++x)
             m[x] = std::sqrt(gx[x] * gx[x] + gy[x] * gy[x]);
         for (long long x = x0; x < x1; ++x)
@@ -255,14 +257,14 @@ void LevelGradients(Array2dReal64* channel, double sigma, Array2dReal64* magnitu
         }
         if (!bins)
             continue;
-        int32_t* bin = bins + y * width;
+        int8_t* bin = bins + y * width;
         double* fraction = fractions + y * width;
         for (long long x = x0; x < x1; ++x)
         {
             int o0 = 0;
             double fo = 0.0;
             if (OrientationBin(a[x] - 0.0, OrientationBinsT, o0, fo))
-                bin[x] = o0 >= OrientationBinsT ? 0 : o0;
+                bin[x] = static_cast<int8_t>(o0 >= OrientationBinsT ? 0 : o0);
             else
                 bin[x] = -1;
             fraction[x] = fo;
@@ -365,11 +367,11 @@ inline double* SpreadBand(std::vector<double>& store)
 // Rows first .. first + rows - 1 of the orientation planes spread out into `spread`,
 // eight values a pixel. Pixels that no footprint reads hold stale bins of 0 to 7 (or
 // -1), which the mask keeps inside the eight values.
-void SpreadBins(double* spread, const int32_t* bin, const double* fraction, long long width, long long first,
+void SpreadBins(double* spread, const int8_t* bin, const double* fraction, long long width, long long first,
                 long long rows)
 {
     const long long count = rows * width;
-    const int32_t* o0 = bin + first * width;
+    const int8_t* o0 = bin + first * width;
     const double* fo = fraction + first * width;
     for (long long p = 0; p < count; ++p)
     {
@@ -384,7 +386,7 @@ void SpreadBins(double* spread, const int32_t* bin, const double* fraction, long
 
 // Whether the vector loop gives the same sums on this level: every bin read in range
 // (out-of-range bins are reported tap by tap) and every magnitude read finite.
-bool LevelIsPlain(const int32_t* bins, Array2dReal64* magnitude, const ReadSpans& spans)
+bool LevelIsPlain(const int8_t* bins, Array2dReal64* magnitude, const ReadSpans& spans)
 {
     const long long width = magnitude->mWidth;
     bool plain = true;
@@ -394,7 +396,7 @@ bool LevelIsPlain(const int32_t* bins, Array2dReal64* magnitude, const ReadSpans
         // Rows nobody reads may lie outside the band, where there are no bins.
         if (spans.first[y] >= x1)
             continue;
-        const int32_t* bin = bins + y * width;
+        const int8_t* bin = bins + y * width;
         const double* m = magnitude->PixelPtr(0, y);
         for (long long x = spans.first[y]; x < x1; ++x)
             plain = plain && bin[x] >= 0 && std::isfinite(m[x]);
@@ -434,6 +436,18 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
         return result;
     // Rows outside the ladder are never written; zero keeps them harmless downstream.
     std::memset(result->mData, 0, static_cast<size_t>(size) * DescriptorLength * sizeof(double));
+    DoCalculateFISTDescriptorsInto(channel, table, result->mData, DescriptorLength);
+    return result;
+}
+
+template <int SpatialBinsT, int OrientationBinsT>
+void FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDescriptorsInto(Array2dReal64* channel,
+                                                                                    PointDescriptorTable* table,
+                                                                                    double* rows, long long stride)
+{
+    const int size = table->Size();
+    if (size == 0)
+        return;
 
     // Points by level, table order kept within each level.
     std::vector<int> levelOf(size);
@@ -458,15 +472,16 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
                 order[fill[levelOf[k]]++] = k;
     }
     if (order.empty())
-        return result;
+        return;
 
     std::unique_ptr<Array2dReal64> magnitude(Array::ArrayCreate<Array2dReal64>(channel->mWidth, channel->mHeight, 0, 0));
-    std::unique_ptr<Array2dReal64> angle(Array::ArrayCreate<Array2dReal64>(channel->mWidth, channel->mHeight, 0, 0));
+    // The angle plane only for points turned away from orientation 0; those at 0 read
+    // the orientation planes.
+    std::unique_ptr<Array2dReal64> angle;
     std::vector<Footprint> cache(kFootprintCacheSize);
     OrientationPlanes planes;
     ReadSpans spans;
     std::vector<std::tuple<long long, long long, int>> usable; // band of rows, column, table row
-    double* rows = result->mData;
     // Rows are normalised a few at a time, which lets their sums overlap.
     double* pending[NormaliseBatch];
     int pendingCount = 0;
@@ -476,8 +491,9 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
         if (levelStart[level] == levelStart[level + 1])
             continue;
         spans.Clear(channel->mWidth, channel->mHeight);
+        // Footprints grow with the level: the last level's go, memory and all.
         for (Footprint& f : cache)
-            f.valid = false;
+            f = Footprint();
         int nextSlot = 0;
         // The footprint of a point from the level's cache, made when missing.
         auto footprintOf = [&](double scale, double fx, double fy, double orientation) -> Footprint& {
@@ -513,6 +529,10 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
                 ++atZero;
                 tallest = std::max<long long>(tallest, f.maxI - f.minI + 1);
             }
+            else if (!angle)
+            {
+                angle.reset(Array::ArrayCreate<Array2dReal64>(channel->mWidth, channel->mHeight, 0, 0));
+            }
         }
         if (anyAtZero && planes.o0.empty())
         {
@@ -546,7 +566,7 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
             const long long ix = static_cast<int32_t>(xs[k] + 0.5);
             const long long iy = static_cast<int32_t>(ys[k] + 0.5);
             Footprint* footprint = &footprintOf(scale, xs[k] - ix, ys[k] - iy, orientation);
-            double* row = rows + static_cast<size_t>(k) * DescriptorLength;
+            double* row = rows + static_cast<size_t>(k) * stride;
             if (orientation == 0.0 && !std::signbit(orientation))
             {
                 if (planes.bandCapacity > 0 && footprint->offsetWidth != channel->mWidth)
@@ -566,7 +586,6 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
         }
     }
     NormaliseRows(pending, pendingCount);
-    return result;
 }
 
 template <int SpatialBinsT, int OrientationBinsT>
@@ -579,6 +598,17 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
     TLOG_DEBUG(sLog, "FIST channel in " << timer.SplitTimeStr());
     delete channel;
     return result;
+}
+
+template <int SpatialBinsT, int OrientationBinsT>
+void FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDescriptorsIntoAndEat(
+    Array2dReal64* channel, PointDescriptorTable* table, double* rows, long long stride)
+{
+    static log4cpp::Category& sLog = log4cpp::Category::getInstance("Core.Feature.DoCalculateFISTDescriptorsAndEat");
+    Timer timer;
+    DoCalculateFISTDescriptorsInto(channel, table, rows, stride);
+    TLOG_DEBUG(sLog, "FIST channel in " << timer.SplitTimeStr());
+    delete channel;
 }
 
 template <int SpatialBinsT, int OrientationBinsT>
@@ -620,17 +650,31 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::MakeFootprint(Footprint& fo
         return;
     const double c = std::cos(orientation);
     const double s = std::sin(orientation);
+    auto inGrid = [&](int i, int j, double& v, double& rbin, double& u, double& cbin) {
+        v = (s * j + c * i - fy) / cell;
+        rbin = v + half - 0.5;
+        if (!(rbin > -1.0 && rbin < bins))
+            return false;
+        u = (c * j - s * i - fx) / cell;
+        cbin = u + half - 0.5;
+        return cbin > -1.0 && cbin < bins;
+    };
+    // Counted first: large footprints hold megabytes, which doubling would waste.
+    size_t count = 0;
+    for (int i = -radius; i <= radius; ++i)
+        for (int j = -radius; j <= radius; ++j)
+        {
+            double v, rbin, u, cbin;
+            count += inGrid(i, j, v, rbin, u, cbin) ? 1 : 0;
+        }
+    footprint.taps = std::vector<Tap>();
+    footprint.taps.reserve(count);
     for (int i = -radius; i <= radius; ++i)
     {
         for (int j = -radius; j <= radius; ++j)
         {
-            const double v = (s * j + c * i - fy) / cell;
-            const double rbin = v + half - 0.5;
-            if (!(rbin > -1.0 && rbin < bins))
-                continue;
-            const double u = (c * j - s * i - fx) / cell;
-            const double cbin = u + half - 0.5;
-            if (!(cbin > -1.0 && cbin < bins))
+            double v, rbin, u, cbin;
+            if (!inGrid(i, j, v, rbin, u, cbin))
                 continue;
             Tap tap;
             tap.weight = mNoGaussianWeight ? 1.0 : std::exp((v * v + u * u) / -8.0);
@@ -638,19 +682,17 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::MakeFootprint(Footprint& fo
             const double c0 = std::floor(cbin);
             tap.fr = rbin - r0;
             tap.fc = cbin - c0;
-            tap.gr = 1.0 - tap.fr;
-            tap.gc = 1.0 - tap.fc;
             tap.i = i;
             tap.j = j;
             // -1 as unsigned fails every test against the grid size: cells off the grid drop.
             const unsigned int ur = static_cast<unsigned int>(static_cast<int32_t>(r0));
             const unsigned int uc = static_cast<unsigned int>(static_cast<int32_t>(c0));
             const unsigned int n = SpatialBinsT;
-            tap.r0 = static_cast<int32_t>(r0);
-            tap.c0 = static_cast<int32_t>(c0);
-            tap.cell = (tap.r0 * SpatialBinsT + tap.c0) * OrientationBinsT;
-            tap.cells = (ur < n && uc < n ? 1u : 0u) | (ur < n && uc + 1 < n ? 2u : 0u) |
-                        (ur + 1 < n && uc < n ? 4u : 0u) | (ur + 1 < n && uc + 1 < n ? 8u : 0u);
+            tap.r0 = static_cast<int8_t>(r0);
+            tap.c0 = static_cast<int8_t>(c0);
+            tap.cell = static_cast<int16_t>((tap.r0 * SpatialBinsT + tap.c0) * OrientationBinsT);
+            tap.cells = static_cast<uint8_t>((ur < n && uc < n ? 1u : 0u) | (ur < n && uc + 1 < n ? 2u : 0u) |
+                        (ur + 1 < n && uc < n ? 4u : 0u) | (ur + 1 < n && uc + 1 < n ? 8u : 0u));
             if (footprint.taps.empty())
             {
                 footprint.minI = footprint.maxI = i;
@@ -695,8 +737,8 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::MakeCellDeposits(Footprint&
                 footprint.cellI.push_back(tap.i);
                 footprint.cellJ.push_back(tap.j);
                 footprint.cellWeight.push_back(tap.weight);
-                footprint.cellRowFactor.push_back(rowStep ? tap.fr : tap.gr);
-                footprint.cellColumnFactor.push_back(columnStep ? tap.fc : tap.gc);
+                footprint.cellRowFactor.push_back(rowStep ? tap.fr : 1.0 - tap.fr);
+                footprint.cellColumnFactor.push_back(columnStep ? tap.fc : 1.0 - tap.fc);
             }
             footprint.cellStart.push_back(static_cast<int32_t>(footprint.cellI.size()));
         }
@@ -790,7 +832,7 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::AccumulateAtZero(double* ro
         return;
     const bool columnsInside = ix + footprint.minJ >= 0 && ix + footprint.maxJ < width;
     const double* mag = magnitude->PixelPtr(0, iy) + ix;
-    const int32_t* bin = planes.o0.data() + iy * width + ix;
+    const int8_t* bin = planes.o0.data() + iy * width + ix;
     const double* fraction = planes.fo.data() + iy * width + ix;
     const Tap* begin = footprint.taps.data() + footprint.rowStart[firstI - footprint.minI];
     const Tap* end = footprint.taps.data() + footprint.rowStart[lastI - footprint.minI + 1];
