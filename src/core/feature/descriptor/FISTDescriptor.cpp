@@ -82,13 +82,16 @@ inline int FootprintRadius(double scale, double spatialBins)
     return FitsInt32(radius) ? static_cast<int32_t>(radius) : -1;
 }
 
-// Per image row, the columns first .. last that some footprint of a level reads; rows
-// that none reads have first > last. Gradient angles cost most of a level, so they are
-// computed only there.
+// Per image row, the columns first .. last that some footprint of a level reads (rows
+// that none reads have first > last), and the runs of columns that footprints cover
+// (sorted, apart). Gradient angles cost most of a level, so they are computed only on
+// the runs.
 struct ReadSpans
 {
     std::vector<long long> first;
     std::vector<long long> last;
+    std::vector<std::vector<std::pair<long long, long long>>> runs;
+    std::vector<std::tuple<long long, long long, long long, long long>> rectangles; // x0, x1, y0, y1
     long long width = 0;
 
     void Clear(long long w, long long height)
@@ -96,6 +99,10 @@ struct ReadSpans
         width = w;
         first.assign(static_cast<size_t>(height), w);
         last.assign(static_cast<size_t>(height), -1);
+        runs.resize(static_cast<size_t>(height));
+        for (std::vector<std::pair<long long, long long>>& r : runs)
+            r.clear();
+        rectangles.clear();
     }
 
     // Columns x0 .. x1 of rows y0 .. y1, clipped to the image.
@@ -106,12 +113,33 @@ struct ReadSpans
         y1 = std::min<long long>(y1, height - 1);
         x0 = std::max<long long>(x0, 0);
         x1 = std::min<long long>(x1, width - 1);
-        if (x0 > x1)
+        if (x0 > x1 || y0 > y1)
             return;
         for (long long y = y0; y <= y1; ++y)
         {
             first[y] = std::min(first[y], x0);
             last[y] = std::max(last[y], x1);
+        }
+        rectangles.emplace_back(x0, x1, y0, y1);
+    }
+
+    // The runs of all rectangles added: taken from left to right, each row's runs come
+    // in order and merge with the last one where they touch.
+    void MakeRuns()
+    {
+        std::sort(rectangles.begin(), rectangles.end());
+        for (const std::tuple<long long, long long, long long, long long>& r : rectangles)
+        {
+            const long long x0 = std::get<0>(r);
+            const long long x1 = std::get<1>(r);
+            for (long long y = std::get<2>(r); y <= std::get<3>(r); ++y)
+            {
+                std::vector<std::pair<long long, long long>>& row = runs[y];
+                if (!row.empty() && x0 <= row.back().second + 1)
+                    row.back().second = std::max(row.back().second, x1);
+                else
+                    row.emplace_back(x0, x1);
+            }
         }
     }
 };
@@ -211,6 +239,78 @@ inline double CentralDifference(double before, double at, double after)
 // there only, the mirrored edge repeating the edge pixel. With `bins` and `fractions`
 // (planes of the image's size) also each pixel's orientation bin and fraction at
 // orientation 0, the bin -1 where the fraction is out of range.
+// Orientation bins and fractions at orientation 0 of the angles a[x0 .. x1 - 1], which
+// are negated two-argument arc tangents (or -0.0): within one half turn of 0, so one
+// addition of a turn brings the negative ones into [0, 2 pi], as the repeated addition
+// does. Bin 8 becomes 0; -1 marks a fraction out of range.
+template <int OrientationBinsT>
+TAVLIN_ALWAYS_INLINE void BinsOfRun(const double* a, int8_t* bin, double* fraction, long long x0, long long x1)
+{
+    for (long long x = x0; x < x1; ++x)
+    {
+        int o0 = 0;
+        double fo = 0.0;
+        if (OrientationBin(a[x] - 0.0, OrientationBinsT, o0, fo))
+            bin[x] = static_cast<int8_t>(o0 >= OrientationBinsT ? 0 : o0);
+        else
+            bin[x] = -1;
+        fraction[x] = fo;
+    }
+}
+
+#if defined(__x86_64__)
+TAVLIN_TARGET_AVX2 void BinsOfRunAvx2(const double* a, int8_t* bin, double* fraction, long long x0, long long x1)
+{
+    const __m256d zero = _mm256_setzero_pd();
+    const __m256d one = _mm256_set1_pd(1.0);
+    const __m256d turn = _mm256_set1_pd(kTwoPi);
+    const __m256d bins = _mm256_set1_pd(8.0);
+    const __m128i last = _mm_set1_epi32(7);
+    const __m128i none = _mm_set1_epi32(-1);
+    long long x = x0;
+    for (; x + 4 <= x1; x += 4)
+    {
+        __m256d v = _mm256_sub_pd(_mm256_loadu_pd(a + x), zero);
+        v = _mm256_blendv_pd(v, _mm256_add_pd(v, turn), _mm256_cmp_pd(v, zero, _CMP_LT_OQ));
+        const __m256d obin = _mm256_div_pd(_mm256_mul_pd(v, bins), turn);
+        const __m256d o0f = _mm256_round_pd(obin, _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC);
+        const __m256d fo = _mm256_sub_pd(obin, o0f);
+        _mm256_storeu_pd(fraction + x, fo);
+        const __m256d ok = _mm256_and_pd(_mm256_cmp_pd(fo, zero, _CMP_GE_OQ), _mm256_cmp_pd(fo, one, _CMP_LE_OQ));
+        // Lanes out of range are replaced before their bin is used.
+        const __m256d o0safe = _mm256_blendv_pd(zero, o0f, ok);
+        __m128i o0 = _mm256_cvttpd_epi32(o0safe);
+        o0 = _mm_andnot_si128(_mm_cmpgt_epi32(o0, last), o0);
+        const __m128i okLanes = _mm256_cvtpd_epi32(_mm256_blendv_pd(zero, one, ok));
+        o0 = _mm_blendv_epi8(none, o0, _mm_cmpeq_epi32(okLanes, _mm_set1_epi32(1)));
+        const __m128i bytes = _mm_shuffle_epi8(o0, _mm_setr_epi8(0, 4, 8, 12, -1, -1, -1, -1, -1, -1, -1, -1, -1,
+                                                                  -1, -1, -1));
+        const int packed = _mm_cvtsi128_si32(bytes);
+        std::memcpy(bin + x, &packed, sizeof(packed));
+    }
+    BinsOfRun<8>(a, bin, fraction, x, x1);
+}
+#endif
+
+template <int OrientationBinsT>
+void BinsOfRuns(const double* a, int8_t* bin, double* fraction, long long x0, long long x1)
+{
+#if defined(__x86_64__)
+    if (OrientationBinsT == 8 && CpuHasAvx2())
+    {
+        BinsOfRunAvx2(a, bin, fraction, x0, x1);
+        return;
+    }
+#endif
+    BinsOfRun<OrientationBinsT>(a, bin, fraction, x0, x1);
+}
+
+// Magnitude and orientation of the gradient of `channel` smoothed at `sigma`, on the
+// runs of `spans`. The differences of the two smoothed planes are taken there only,
+// the mirrored edge repeating the edge pixel. With `bins` and `fractions` (planes of
+// the image's size) also each pixel's orientation bin and fraction at orientation 0,
+// the bin -1 where the fraction is out of range. Without an angle plane the angles
+// only pass through a row on their way to the bins.
 template <int OrientationBinsT>
 void LevelGradients(Array2dReal64* channel, double sigma, Array2dReal64* magnitude, Array2dReal64* angle,
                     const ReadSpans& spans, int8_t* bins, double* fractions)
@@ -226,48 +326,36 @@ void LevelGradients(Array2dReal64* channel, double sigma, Array2dReal64* magnitu
     double* gy = gyRow.data();
     for (long long y = 0; y < height; ++y)
     {
-        const long long x0 = spans.first[y];
-        const long long x1 = std::min(spans.last[y] + 1, width);
-        if (x0 >= x1)
-            continue;
         const double* h = sx->PixelPtr(0, y);
         const double* above = sy->PixelPtr(0, y > 0 ? y - 1 : 0);
         const double* at = sy->PixelPtr(0, y);
         const double* below = sy->PixelPtr(0, y + 1 < height ? y + 1 : height - 1);
-        // The edge columns apart, so that the inner ones run without index tests.
-        if (x0 == 0)
-            gx[0] = CentralDifference(h[0], h[0], h[width > 1 ? 1 : 0]);
-        if (x1 == width && width > 1)
-            gx[width - 1] = CentralDifference(h[width - 2], h[width - 1], h[width - 1]);
-        for (long long x = std::max<long long>(x0, 1); x < std::min<long long>(x1, width - 1); ++x)
-            gx[x] = CentralDifference(h[x - 1], h[x], h[x + 1]);
-        for (long long x = x0; x < x1; ++x)
-            gy[x] = CentralDifference(above[x], at[x], below[x]);
         double* m = magnitude->PixelPtr(0, y);
-        // Without an angle plane the angles only pass through a row to the bins.
         double* a = angle ? angle->PixelPtr(0, y) : angleRow.data();
-        for (long long x = x0; x < x1; ++x)
-            m[x] = std::sqrt(gx[x] * gx[x] + gy[x] * gy[x]);
-        for (long long x = x0; x < x1; ++x)
+        for (const std::pair<long long, long long>& run : spans.runs[y])
         {
-            double t = std::atan2(gy[x], gx[x]);
-            if (t != t)
-                t = 0.0;
-            a[x] = -t;
-        }
-        if (!bins)
-            continue;
-        int8_t* bin = bins + y * width;
-        double* fraction = fractions + y * width;
-        for (long long x = x0; x < x1; ++x)
-        {
-            int o0 = 0;
-            double fo = 0.0;
-            if (OrientationBin(a[x] - 0.0, OrientationBinsT, o0, fo))
-                bin[x] = static_cast<int8_t>(o0 >= OrientationBinsT ? 0 : o0);
-            else
-                bin[x] = -1;
-            fraction[x] = fo;
+            const long long x0 = run.first;
+            const long long x1 = std::min(run.second + 1, width);
+            // The edge columns apart, so that the inner ones run without index tests.
+            if (x0 == 0)
+                gx[0] = CentralDifference(h[0], h[0], h[width > 1 ? 1 : 0]);
+            if (x1 == width && width > 1)
+                gx[width - 1] = CentralDifference(h[width - 2], h[width - 1], h[width - 1]);
+            for (long long x = std::max<long long>(x0, 1); x < std::min<long long>(x1, width - 1); ++x)
+                gx[x] = CentralDifference(h[x - 1], h[x], h[x + 1]);
+            for (long long x = x0; x < x1; ++x)
+                gy[x] = CentralDifference(above[x], at[x], below[x]);
+            for (long long x = x0; x < x1; ++x)
+                m[x] = std::sqrt(gx[x] * gx[x] + gy[x] * gy[x]);
+            for (long long x = x0; x < x1; ++x)
+            {
+                double t = std::atan2(gy[x], gx[x]);
+                if (t != t)
+                    t = 0.0;
+                a[x] = -t;
+            }
+            if (bins)
+                BinsOfRuns<OrientationBinsT>(a, bins + y * width, fractions + y * width, x0, x1);
         }
     }
 }
@@ -392,14 +480,11 @@ bool LevelIsPlain(const int8_t* bins, Array2dReal64* magnitude, const ReadSpans&
     bool plain = true;
     for (long long y = 0; y < magnitude->mHeight; ++y)
     {
-        const long long x1 = std::min(spans.last[y] + 1, width);
-        // Rows nobody reads may lie outside the band, where there are no bins.
-        if (spans.first[y] >= x1)
-            continue;
         const int8_t* bin = bins + y * width;
         const double* m = magnitude->PixelPtr(0, y);
-        for (long long x = spans.first[y]; x < x1; ++x)
-            plain = plain && bin[x] >= 0 && std::isfinite(m[x]);
+        for (const std::pair<long long, long long>& run : spans.runs[y])
+            for (long long x = run.first; x <= run.second; ++x)
+                plain = plain && bin[x] >= 0 && std::isfinite(m[x]);
     }
     return plain;
 }
@@ -534,6 +619,7 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDescriptorsI
                 angle.reset(Array::ArrayCreate<Array2dReal64>(channel->mWidth, channel->mHeight, 0, 0));
             }
         }
+        spans.MakeRuns();
         if (anyAtZero && planes.o0.empty())
         {
             planes.o0.resize(static_cast<size_t>(channel->mWidth * channel->mHeight));
