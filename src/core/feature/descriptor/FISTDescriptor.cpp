@@ -736,7 +736,38 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::MakeFootprint(Footprint& fo
         return;
     const double c = std::cos(orientation);
     const double s = std::sin(orientation);
+    // At orientation 0 the row position depends on i alone and the column position on
+    // j alone (the zero products add nothing, signs of zero included): each is then
+    // worked out once per row and per column instead of once per pixel.
+    const bool separable = s == 0.0 && c == 1.0;
+    const size_t side = static_cast<size_t>(2 * radius + 1);
+    std::vector<double> rowV(separable ? side : 0), rowBin(rowV.size()), columnU(rowV.size()), columnBin(rowV.size());
+    std::vector<char> rowIn(rowV.size()), columnIn(rowV.size());
+    size_t rowsIn = 0;
+    size_t columnsIn = 0;
+    for (size_t k = 0; k < rowV.size(); ++k)
+    {
+        const int i = static_cast<int>(k) - radius;
+        rowV[k] = (s * 0 + c * i - fy) / cell;
+        rowBin[k] = rowV[k] + half - 0.5;
+        rowIn[k] = rowBin[k] > -1.0 && rowBin[k] < bins;
+        rowsIn += rowIn[k];
+        columnU[k] = (c * i - s * 0 - fx) / cell;
+        columnBin[k] = columnU[k] + half - 0.5;
+        columnIn[k] = columnBin[k] > -1.0 && columnBin[k] < bins;
+        columnsIn += columnIn[k];
+    }
     auto inGrid = [&](int i, int j, double& v, double& rbin, double& u, double& cbin) {
+        if (separable)
+        {
+            const size_t ki = static_cast<size_t>(i + radius);
+            const size_t kj = static_cast<size_t>(j + radius);
+            v = rowV[ki];
+            rbin = rowBin[ki];
+            u = columnU[kj];
+            cbin = columnBin[kj];
+            return rowIn[ki] && columnIn[kj];
+        }
         v = (s * j + c * i - fy) / cell;
         rbin = v + half - 0.5;
         if (!(rbin > -1.0 && rbin < bins))
@@ -746,8 +777,8 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::MakeFootprint(Footprint& fo
         return cbin > -1.0 && cbin < bins;
     };
     // Counted first: large footprints hold megabytes, which doubling would waste.
-    size_t count = 0;
-    for (int i = -radius; i <= radius; ++i)
+    size_t count = rowsIn * columnsIn;
+    for (int i = -radius; i <= radius && !separable; ++i)
         for (int j = -radius; j <= radius; ++j)
         {
             double v, rbin, u, cbin;
