@@ -302,71 +302,114 @@ void FilterRows(Array2dReal64* a, const double* k, long long n)
     }
 }
 
-// acc[x] = 0.0 + k s[x]: the first term of a sum, as added to a cleared accumulator.
-TAVLIN_ALWAYS_INLINE void StartSums(double* __restrict acc, const double* __restrict s, double k, long long width)
+// out[x] = 0.0 + k[0] s[0][x] + ... + k[taps - 1] s[taps - 1][x] for every column x.
+// out may be one of the source rows: each column reads its own pixels before its
+// result is written. With the count T known the sum stays in a register; otherwise it
+// is gathered in acc.
+template <int T>
+TAVLIN_ALWAYS_INLINE void SumRows(double* out, const double* const* s, const double* k, long long taps,
+                                  long long width, double* __restrict acc)
 {
+    if (T > 0)
+    {
+        const double* src[T > 0 ? T : 1];
+        double c[T > 0 ? T : 1];
+        for (int i = 0; i < T; ++i)
+        {
+            src[i] = s[i];
+            c[i] = k[i];
+        }
+#pragma GCC ivdep
+        for (long long x = 0; x < width; ++x)
+        {
+            double sum = 0.0;
+            for (int i = 0; i < T; ++i)
+                sum += c[i] * src[i][x];
+            out[x] = sum;
+        }
+        return;
+    }
+    const double k0 = k[0];
+    const double* __restrict s0 = s[0];
     for (long long x = 0; x < width; ++x)
     {
         double sum = 0.0;
-        sum += k * s[x];
+        sum += k0 * s0[x];
         acc[x] = sum;
     }
+    for (long long i = 1; i < taps; ++i)
+    {
+        const double ki = k[i];
+        const double* __restrict si = s[i];
+        for (long long x = 0; x < width; ++x)
+            acc[x] += ki * si[x];
+    }
+    std::memcpy(out, acc, static_cast<size_t>(width) * sizeof(double));
 }
 
 // The column passes for all image columns at once, a row at a time, so that the
 // independent columns share the vector unit; every pixel's sums keep their order.
 // Rows height + m .. height + 2m - 1 keep their replicated input: the samples past
-// the forward pass's end are read from a copy of its last row instead.
-TAVLIN_ALWAYS_INLINE void FilterColumnsWith(Array2dReal64* a, const double* k, long long m, double* __restrict acc,
-                                            double* __restrict lastRow)
+// the forward pass's end are read from a copy of its last row instead. T is m + 1
+// when known, else 0; src holds m + 1 pointers, acc a row when T is 0.
+template <int T>
+TAVLIN_ALWAYS_INLINE void FilterColumnsWith(Array2dReal64* a, const double* k, long long m, const double** src,
+                                            double* acc, double* lastRow)
 {
     const long long width = a->mWidth;
     const long long height = a->mHeight;
 
     for (long long y = 0; y < height + m; ++y)
     {
-        StartSums(acc, a->PixelPtr(0, y - m), k[0], width);
-        for (long long i = 1; i <= m; ++i)
-        {
-            const double ki = k[i];
-            const double* __restrict s = a->PixelPtr(0, y - m + i);
-            for (long long x = 0; x < width; ++x)
-                acc[x] += ki * s[x];
-        }
-        std::memcpy(a->PixelPtr(0, y), acc, static_cast<size_t>(width) * sizeof(double));
+        for (long long i = 0; i <= m; ++i)
+            src[i] = a->PixelPtr(0, y - m + i);
+        SumRows<T>(a->PixelPtr(0, y), src, k, m + 1, width, acc);
     }
     if (width > 0)
         std::memcpy(lastRow, a->PixelPtr(0, height + m - 1), static_cast<size_t>(width) * sizeof(double));
 
     for (long long y = height + m - 1; y >= 0; --y)
     {
-        StartSums(acc, a->PixelPtr(0, y), k[m], width);
-        for (long long i = m + 1; i <= 2 * m; ++i)
-        {
-            const long long row = y - m + i;
-            const double ki = k[i];
-            const double* __restrict s = row < height + m ? a->PixelPtr(0, row) : lastRow;
-            for (long long x = 0; x < width; ++x)
-                acc[x] += ki * s[x];
-        }
-        std::memcpy(a->PixelPtr(0, y), acc, static_cast<size_t>(width) * sizeof(double));
+        for (long long i = 0; i <= m; ++i)
+            src[i] = y + i < height + m ? a->PixelPtr(0, y + i) : lastRow;
+        SumRows<T>(a->PixelPtr(0, y), src, k + m, m + 1, width, acc);
     }
 }
 
-TAVLIN_TARGET_AVX2 void FilterColumnsAvx2(Array2dReal64* a, const double* k, long long m, double* acc,
-                                          double* lastRow)
+template <int T>
+TAVLIN_TARGET_AVX2 void FilterColumnsAvx2(Array2dReal64* a, const double* k, long long m, const double** src,
+                                          double* acc, double* lastRow)
 {
-    FilterColumnsWith(a, k, m, acc, lastRow);
+    FilterColumnsWith<T>(a, k, m, src, acc, lastRow);
+}
+
+template <int T>
+void FilterColumnsOfOrder(Array2dReal64* a, const double* k, long long m, const double** src, double* acc,
+                          double* lastRow)
+{
+    if (CpuHasAvx2())
+        FilterColumnsAvx2<T>(a, k, m, src, acc, lastRow);
+    else
+        FilterColumnsWith<T>(a, k, m, src, acc, lastRow);
 }
 
 void FilterColumns(Array2dReal64* a, const double* k, long long m)
 {
-    std::vector<double> accumulator(static_cast<size_t>(a->mWidth));
     std::vector<double> lastRow(static_cast<size_t>(a->mWidth));
-    if (CpuHasAvx2())
-        FilterColumnsAvx2(a, k, m, accumulator.data(), lastRow.data());
-    else
-        FilterColumnsWith(a, k, m, accumulator.data(), lastRow.data());
+    std::vector<const double*> src(static_cast<size_t>(m + 1));
+    std::vector<double> acc;
+    switch (m)
+    {
+    case 0: FilterColumnsOfOrder<1>(a, k, m, src.data(), nullptr, lastRow.data()); return;
+    case 1: FilterColumnsOfOrder<2>(a, k, m, src.data(), nullptr, lastRow.data()); return;
+    case 2: FilterColumnsOfOrder<3>(a, k, m, src.data(), nullptr, lastRow.data()); return;
+    case 3: FilterColumnsOfOrder<4>(a, k, m, src.data(), nullptr, lastRow.data()); return;
+    case 4: FilterColumnsOfOrder<5>(a, k, m, src.data(), nullptr, lastRow.data()); return;
+    case 5: FilterColumnsOfOrder<6>(a, k, m, src.data(), nullptr, lastRow.data()); return;
+    default:
+        acc.resize(static_cast<size_t>(a->mWidth));
+        FilterColumnsOfOrder<0>(a, k, m, src.data(), acc.data(), lastRow.data());
+    }
 }
 
 } // namespace
