@@ -305,6 +305,33 @@ void BinsOfRuns(const double* a, int8_t* bin, double* fraction, long long x0, lo
     BinsOfRun<OrientationBinsT>(a, bin, fraction, x0, x1);
 }
 
+// Differences and magnitudes of columns x0 .. x1 - 1 of a row: `h` the row smoothed for
+// the x derivative, `above`, `at` and `below` three rows smoothed for the y derivative.
+// The mirrored edge repeats the edge pixel; the edge columns are taken apart, so that
+// the inner ones run without index tests.
+TAVLIN_ALWAYS_INLINE void GradientRun(const double* h, const double* above, const double* at, const double* below,
+                                      double* gx, double* gy, double* m, long long x0, long long x1, long long width)
+{
+    if (x0 == 0)
+        gx[0] = CentralDifference(h[0], h[0], h[width > 1 ? 1 : 0]);
+    if (x1 == width && width > 1)
+        gx[width - 1] = CentralDifference(h[width - 2], h[width - 1], h[width - 1]);
+    for (long long x = std::max<long long>(x0, 1); x < std::min<long long>(x1, width - 1); ++x)
+        gx[x] = CentralDifference(h[x - 1], h[x], h[x + 1]);
+    for (long long x = x0; x < x1; ++x)
+        gy[x] = CentralDifference(above[x], at[x], below[x]);
+    for (long long x = x0; x < x1; ++x)
+        m[x] = std::sqrt(gx[x] * gx[x] + gy[x] * gy[x]);
+}
+
+#if defined(__x86_64__)
+TAVLIN_TARGET_AVX2 void GradientRunAvx2(const double* h, const double* above, const double* at, const double* below,
+                                        double* gx, double* gy, double* m, long long x0, long long x1, long long width)
+{
+    GradientRun(h, above, at, below, gx, gy, m, x0, x1, width);
+}
+#endif
+
 // Magnitude and orientation of the gradient of `channel` smoothed at `sigma`, on the
 // runs of `spans`. The differences of the two smoothed planes are taken there only,
 // the mirrored edge repeating the edge pixel. With `bins` and `fractions` (planes of
@@ -336,17 +363,12 @@ void LevelGradients(Array2dReal64* channel, double sigma, Array2dReal64* magnitu
         {
             const long long x0 = run.first;
             const long long x1 = std::min(run.second + 1, width);
-            // The edge columns apart, so that the inner ones run without index tests.
-            if (x0 == 0)
-                gx[0] = CentralDifference(h[0], h[0], h[width > 1 ? 1 : 0]);
-            if (x1 == width && width > 1)
-                gx[width - 1] = CentralDifference(h[width - 2], h[width - 1], h[width - 1]);
-            for (long long x = std::max<long long>(x0, 1); x < std::min<long long>(x1, width - 1); ++x)
-                gx[x] = CentralDifference(h[x - 1], h[x], h[x + 1]);
-            for (long long x = x0; x < x1; ++x)
-                gy[x] = CentralDifference(above[x], at[x], below[x]);
-            for (long long x = x0; x < x1; ++x)
-                m[x] = std::sqrt(gx[x] * gx[x] + gy[x] * gy[x]);
+#if defined(__x86_64__)
+            if (CpuHasAvx2())
+                GradientRunAvx2(h, above, at, below, gx, gy, m, x0, x1, width);
+            else
+#endif
+                GradientRun(h, above, at, below, gx, gy, m, x0, x1, width);
             for (long long x = x0; x < x1; ++x)
             {
                 double t = std::atan2(gy[x], gx[x]);
@@ -441,6 +463,64 @@ TAVLIN_TARGET_AVX2 void AccumulateSpreadAvx2(double* row, const CellDeposits& d,
         _mm256_storeu_pd(out, low);
         _mm256_storeu_pd(out + 4, high);
     }
+}
+#endif
+
+#if defined(__x86_64__)
+// The tap walk of a point at orientation 0 (4 x 4 cells, 8 bins) with the histogram in a
+// grid padded by one cell on every side, so that every tap adds to all four of its
+// cells without tests: cells off the grid land in the padding and are dropped. The four
+// products w x row weight x column weight are made side by side; each histogram value
+// still adds the same terms in the same order.
+template <class TapT>
+TAVLIN_TARGET_AVX2 void WalkAtZeroAvx2(double* row, const TapT* begin, const TapT* end, const double* mag,
+                                       long long stride, const int8_t* bin, const double* fraction, long long width,
+                                       bool columnsInside, long long ix)
+{
+    const int side = 6;
+    alignas(32) double grid[side * side * 8];
+    std::memset(grid, 0, sizeof(grid));
+    for (int r = 0; r < 4; ++r)
+        std::memcpy(grid + ((r + 1) * side + 1) * 8, row + r * 32, 32 * sizeof(double));
+    const __m128d one = _mm_set1_pd(1.0);
+    alignas(32) double low[4];
+    alignas(32) double high[4];
+    for (const TapT* tap = begin; tap != end; ++tap)
+    {
+        if (!columnsInside && static_cast<unsigned long long>(ix + tap->j) >= static_cast<unsigned long long>(width))
+            continue;
+        const double w = mag[tap->i * stride + tap->j] * tap->weight;
+        const long long p = tap->i * width + tap->j;
+        const int o0 = bin[p];
+        const double fo = fraction[p];
+        if (o0 < 0)
+        {
+            ReportFractions(tap->fr, tap->fc, fo);
+            continue;
+        }
+        const int o1 = o0 + 1 == 8 ? 0 : o0 + 1;
+        const __m128d f = _mm_set_pd(tap->fc, tap->fr);
+        const __m128d g = _mm_sub_pd(one, f);
+        // (gr, gr, fr, fr) and (gc, fc, gc, fc): cells (r0, c0), (r0, c0 + 1), (r0 + 1, c0), (r0 + 1, c0 + 1).
+        const __m256d rowWeight = _mm256_set_m128d(_mm_movedup_pd(f), _mm_movedup_pd(g));
+        const __m128d columnPair = _mm_unpackhi_pd(g, f);
+        const __m256d columnWeight = _mm256_set_m128d(columnPair, columnPair);
+        const __m256d wrc = _mm256_mul_pd(_mm256_mul_pd(_mm256_set1_pd(w), rowWeight), columnWeight);
+        _mm256_store_pd(low, _mm256_mul_pd(wrc, _mm256_set1_pd(1.0 - fo)));
+        _mm256_store_pd(high, _mm256_mul_pd(wrc, _mm256_set1_pd(fo)));
+        double* b0 = grid + tap->paddedCell + o0;
+        double* b1 = grid + tap->paddedCell + o1;
+        b0[0] += low[0];
+        b1[0] += high[0];
+        b0[8] += low[1];
+        b1[8] += high[1];
+        b0[side * 8] += low[2];
+        b1[side * 8] += high[2];
+        b0[side * 8 + 8] += low[3];
+        b1[side * 8 + 8] += high[3];
+    }
+    for (int r = 0; r < 4; ++r)
+        std::memcpy(row + r * 32, grid + ((r + 1) * side + 1) * 8, 32 * sizeof(double));
 }
 #endif
 
@@ -808,6 +888,8 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::MakeFootprint(Footprint& fo
             tap.r0 = static_cast<int8_t>(r0);
             tap.c0 = static_cast<int8_t>(c0);
             tap.cell = static_cast<int16_t>((tap.r0 * SpatialBinsT + tap.c0) * OrientationBinsT);
+            tap.paddedCell =
+                static_cast<int16_t>(((tap.r0 + 1) * (SpatialBinsT + 2) + tap.c0 + 1) * OrientationBinsT);
             tap.cells = static_cast<uint8_t>((ur < n && uc < n ? 1u : 0u) | (ur < n && uc + 1 < n ? 2u : 0u) |
                         (ur + 1 < n && uc < n ? 4u : 0u) | (ur + 1 < n && uc + 1 < n ? 8u : 0u));
             if (footprint.taps.empty())
@@ -953,6 +1035,13 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::AccumulateAtZero(double* ro
     const double* fraction = planes.fo.data() + iy * width + ix;
     const Tap* begin = footprint.taps.data() + footprint.rowStart[firstI - footprint.minI];
     const Tap* end = footprint.taps.data() + footprint.rowStart[lastI - footprint.minI + 1];
+#if defined(__x86_64__)
+    if (SpatialBinsT == 4 && OrientationBinsT == 8 && CpuHasAvx2())
+    {
+        WalkAtZeroAvx2(row, begin, end, mag, stride, bin, fraction, width, columnsInside, ix);
+        return;
+    }
+#endif
     for (const Tap* tap = begin; tap != end; ++tap)
     {
         if (!columnsInside && static_cast<unsigned long long>(ix + tap->j) >= static_cast<unsigned long long>(width))
