@@ -1,7 +1,5 @@
 #include "main/mainLumisk.h"
 
-#include <malloc.h>
-
 #include <algorithm>
 
 #include <iostream>
@@ -28,6 +26,7 @@
 #include "persistency/Locator.h"
 #include "persistency/RepositoryInFileSystem.h"
 #include "util/IOBuffer.h"
+#include "util/PlaneHeap.h"
 #include "util/PropertySet.h"
 
 namespace Tavlin
@@ -176,11 +175,9 @@ bool ParseShard(const std::string& text, size_t& shard, size_t& count)
 
 int RunLumisk(int argc, char** argv)
 {
-    // Keep freed planes in the heap: handing them back to the system and faulting them
-    // in again on the next filter costs more than the filtering itself. A plane of a
-    // 12 MP image with its border is about 100 MB, so the limit is well above that.
-    mallopt(M_MMAP_THRESHOLD, 1 << 30);
-    mallopt(M_TRIM_THRESHOLD, 1 << 30);
+    // Faulting fresh pages in costs more than the filtering of a photo: planes stay in
+    // the heap, and its first 256 MB take huge pages where the system offers them.
+    Process::SetUpPlaneHeap(size_t(256) << 20);
 
     CmdOptions& options = CmdOptions::GetInstance();
     options.Initialise(false, false, false);

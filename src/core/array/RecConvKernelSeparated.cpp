@@ -1,7 +1,12 @@
 #include "core/array/RecConvKernelSeparated.h"
 
+#include <cstdint>
 #include <cstring>
 #include <vector>
+
+#if defined(__x86_64__) || defined(__i386__)
+#include <immintrin.h>
+#endif
 
 #include "basis/CpuFeatures.h"
 #include "core/array/ArrayFactories.h"
@@ -106,8 +111,184 @@ void FilterRowsOfOrder(Array2dReal64* a, const double* k)
     }
 }
 
+#if defined(__x86_64__) || defined(__i386__)
+// The row pass in AVX2 lanes: 4 G rows at once, one row per lane of G vectors, so that
+// every x step of the recursion is one multiply and one add per kernel element and G
+// independent chains hide the add latency. Each block of 4 x is transposed into the
+// lanes (the scratch holds the forward results x-major for the backward pass) and the
+// backward results are transposed back. Every lane does FilterRowsFixed's operations
+// in its order, so each pixel gets the same bits.
+TAVLIN_TARGET_AVX2 inline void Transpose4(__m256d& a, __m256d& b, __m256d& c, __m256d& d)
+{
+    const __m256d ab0 = _mm256_unpacklo_pd(a, b);
+    const __m256d ab1 = _mm256_unpackhi_pd(a, b);
+    const __m256d cd0 = _mm256_unpacklo_pd(c, d);
+    const __m256d cd1 = _mm256_unpackhi_pd(c, d);
+    a = _mm256_permute2f128_pd(ab0, cd0, 0x20);
+    b = _mm256_permute2f128_pd(ab1, cd1, 0x20);
+    c = _mm256_permute2f128_pd(ab0, cd0, 0x31);
+    d = _mm256_permute2f128_pd(ab1, cd1, 0x31);
+}
+
+// Lane r of the result: rows[r][x].
+TAVLIN_TARGET_AVX2 inline __m256d GatherColumn(double* const* rows, long long x)
+{
+    return _mm256_set_pd(rows[3][x], rows[2][x], rows[1][x], rows[0][x]);
+}
+
+TAVLIN_TARGET_AVX2 inline void ScatterColumn(double* const* rows, long long x, __m256d v)
+{
+    alignas(32) double lanes[4];
+    _mm256_store_pd(lanes, v);
+    for (int r = 0; r < 4; ++r)
+        rows[r][x] = lanes[r];
+}
+
+// One forward step: 0.0 + k[0] w[0] + ... + k[N - 1] w[N - 1] + k[N] in, then the
+// window moves on by the result.
+template <int N>
+TAVLIN_TARGET_AVX2 inline __m256d ForwardStep(__m256d* w, __m256d in, const __m256d* k)
+{
+    __m256d sum = _mm256_add_pd(_mm256_setzero_pd(), _mm256_mul_pd(k[0], w[0]));
+    for (int i = 1; i < N; ++i)
+        sum = _mm256_add_pd(sum, _mm256_mul_pd(k[i], w[i]));
+    sum = _mm256_add_pd(sum, _mm256_mul_pd(k[N], in));
+    for (int i = 0; i + 1 < N; ++i)
+        w[i] = w[i + 1];
+    w[N - 1] = sum;
+    return sum;
+}
+
+// One backward step: 0.0 + k[N] in + k[N + 1] w[0] + ... + k[2N] w[N - 1], w[j - 1]
+// holding the result j samples ahead.
+template <int N>
+TAVLIN_TARGET_AVX2 inline __m256d BackwardStep(__m256d* w, __m256d in, const __m256d* k)
+{
+    __m256d sum = _mm256_add_pd(_mm256_setzero_pd(), _mm256_mul_pd(k[N], in));
+    for (int j = 1; j <= N; ++j)
+        sum = _mm256_add_pd(sum, _mm256_mul_pd(k[N + j], w[j - 1]));
+    for (int j = N - 1; j >= 1; --j)
+        w[j] = w[j - 1];
+    w[0] = sum;
+    return sum;
+}
+
+// rows[4 g + r] for g < G; scratch holds (width + N) 4 G doubles, 32-byte aligned.
+template <int N, int G>
+TAVLIN_TARGET_AVX2 void FilterRowsAvx2(double* const* rows, long long width, const double* kernel, double* scratch)
+{
+    const long long count = width + N;
+    const long long blocked = count / 4 * 4;
+    const long long stride = 4 * G;
+    __m256d k[2 * N + 1];
+    for (int i = 0; i <= 2 * N; ++i)
+        k[i] = _mm256_set1_pd(kernel[i]);
+    __m256d w[G][N];
+    for (int g = 0; g < G; ++g)
+        for (int i = 0; i < N; ++i)
+            w[g][i] = GatherColumn(rows + 4 * g, i - N);
+
+    for (long long x = 0; x < blocked; x += 4)
+        for (int g = 0; g < G; ++g)
+        {
+            double* const* r = rows + 4 * g;
+            __m256d v[4] = {_mm256_loadu_pd(r[0] + x), _mm256_loadu_pd(r[1] + x), _mm256_loadu_pd(r[2] + x),
+                            _mm256_loadu_pd(r[3] + x)};
+            Transpose4(v[0], v[1], v[2], v[3]);
+            for (int j = 0; j < 4; ++j)
+                _mm256_store_pd(scratch + (x + j) * stride + 4 * g, ForwardStep<N>(w[g], v[j], k));
+        }
+    for (long long x = blocked; x < count; ++x)
+        for (int g = 0; g < G; ++g)
+            _mm256_store_pd(scratch + x * stride + 4 * g, ForwardStep<N>(w[g], GatherColumn(rows + 4 * g, x), k));
+
+    for (int g = 0; g < G; ++g)
+    {
+        const __m256d last = w[g][N - 1];
+        for (int j = 0; j < N; ++j)
+        {
+            ScatterColumn(rows + 4 * g, count + j, last);
+            w[g][j] = last;
+        }
+    }
+
+    for (long long x = count - 1; x >= blocked; --x)
+        for (int g = 0; g < G; ++g)
+            ScatterColumn(rows + 4 * g, x,
+                          BackwardStep<N>(w[g], _mm256_load_pd(scratch + x * stride + 4 * g), k));
+    for (long long x = blocked - 4; x >= 0; x -= 4)
+        for (int g = 0; g < G; ++g)
+        {
+            __m256d v[4];
+            for (int j = 3; j >= 0; --j)
+                v[j] = BackwardStep<N>(w[g], _mm256_load_pd(scratch + (x + j) * stride + 4 * g), k);
+            Transpose4(v[0], v[1], v[2], v[3]);
+            double* const* r = rows + 4 * g;
+            for (int i = 0; i < 4; ++i)
+                _mm256_storeu_pd(r[i] + x, v[i]);
+        }
+}
+
+// 16 rows at a time, then 4, and the last few rows one by one in plain code.
+template <int N>
+TAVLIN_TARGET_AVX2 void FilterRowsOfOrderAvx2(Array2dReal64* a, const double* k, double* scratch)
+{
+    long long y = 0;
+    double* rows[16];
+    for (; y + 16 <= a->mHeight; y += 16)
+    {
+        for (int r = 0; r < 16; ++r)
+            rows[r] = a->PixelPtr(0, y + r);
+        FilterRowsAvx2<N, 4>(rows, a->mWidth, k, scratch);
+    }
+    for (; y + 4 <= a->mHeight; y += 4)
+    {
+        for (int r = 0; r < 4; ++r)
+            rows[r] = a->PixelPtr(0, y + r);
+        FilterRowsAvx2<N, 1>(rows, a->mWidth, k, scratch);
+    }
+    for (; y < a->mHeight; ++y)
+    {
+        double* row = a->PixelPtr(0, y);
+        FilterRowsFixed<N, 1>(&row, a->mWidth, k);
+    }
+}
+
+// Scratch for FilterRowsAvx2 with up to 16 rows, aligned to 32 bytes.
+double* RowScratch(std::vector<double>& storage, long long width, long long n)
+{
+    storage.resize(static_cast<size_t>(16 * (width + n) + 4));
+    const uintptr_t address = reinterpret_cast<uintptr_t>(storage.data());
+    return storage.data() + ((32 - address % 32) % 32) / sizeof(double);
+}
+
+bool FilterRowsVector(Array2dReal64* a, const double* k, long long n)
+{
+    if (!CpuHasAvx2() || n < 1 || n > 5)
+        return false;
+    std::vector<double> storage;
+    double* scratch = RowScratch(storage, a->mWidth, n);
+    switch (n)
+    {
+    case 1: FilterRowsOfOrderAvx2<1>(a, k, scratch); break;
+    case 2: FilterRowsOfOrderAvx2<2>(a, k, scratch); break;
+    case 3: FilterRowsOfOrderAvx2<3>(a, k, scratch); break;
+    case 4: FilterRowsOfOrderAvx2<4>(a, k, scratch); break;
+    default: FilterRowsOfOrderAvx2<5>(a, k, scratch); break;
+    }
+    return true;
+}
+#else
+bool FilterRowsVector(Array2dReal64*, const double*, long long)
+{
+    return false;
+}
+#endif
+
 void FilterRows(Array2dReal64* a, const double* k, long long n)
 {
+    if (FilterRowsVector(a, k, n))
+        return;
     switch (n)
     {
     case 1: FilterRowsOfOrder<1>(a, k); return;
@@ -121,71 +302,114 @@ void FilterRows(Array2dReal64* a, const double* k, long long n)
     }
 }
 
-// acc[x] = 0.0 + k s[x]: the first term of a sum, as added to a cleared accumulator.
-TAVLIN_ALWAYS_INLINE void StartSums(double* __restrict acc, const double* __restrict s, double k, long long width)
+// out[x] = 0.0 + k[0] s[0][x] + ... + k[taps - 1] s[taps - 1][x] for every column x.
+// out may be one of the source rows: each column reads its own pixels before its
+// result is written. With the count T known the sum stays in a register; otherwise it
+// is gathered in acc.
+template <int T>
+TAVLIN_ALWAYS_INLINE void SumRows(double* out, const double* const* s, const double* k, long long taps,
+                                  long long width, double* __restrict acc)
 {
+    if (T > 0)
+    {
+        const double* src[T > 0 ? T : 1];
+        double c[T > 0 ? T : 1];
+        for (int i = 0; i < T; ++i)
+        {
+            src[i] = s[i];
+            c[i] = k[i];
+        }
+#pragma GCC ivdep
+        for (long long x = 0; x < width; ++x)
+        {
+            double sum = 0.0;
+            for (int i = 0; i < T; ++i)
+                sum += c[i] * src[i][x];
+            out[x] = sum;
+        }
+        return;
+    }
+    const double k0 = k[0];
+    const double* __restrict s0 = s[0];
     for (long long x = 0; x < width; ++x)
     {
         double sum = 0.0;
-        sum += k * s[x];
+        sum += k0 * s0[x];
         acc[x] = sum;
     }
+    for (long long i = 1; i < taps; ++i)
+    {
+        const double ki = k[i];
+        const double* __restrict si = s[i];
+        for (long long x = 0; x < width; ++x)
+            acc[x] += ki * si[x];
+    }
+    std::memcpy(out, acc, static_cast<size_t>(width) * sizeof(double));
 }
 
 // The column passes for all image columns at once, a row at a time, so that the
 // independent columns share the vector unit; every pixel's sums keep their order.
 // Rows height + m .. height + 2m - 1 keep their replicated input: the samples past
-// the forward pass's end are read from a copy of its last row instead.
-TAVLIN_ALWAYS_INLINE void FilterColumnsWith(Array2dReal64* a, const double* k, long long m, double* __restrict acc,
-                                            double* __restrict lastRow)
+// the forward pass's end are read from a copy of its last row instead. T is m + 1
+// when known, else 0; src holds m + 1 pointers, acc a row when T is 0.
+template <int T>
+TAVLIN_ALWAYS_INLINE void FilterColumnsWith(Array2dReal64* a, const double* k, long long m, const double** src,
+                                            double* acc, double* lastRow)
 {
     const long long width = a->mWidth;
     const long long height = a->mHeight;
 
     for (long long y = 0; y < height + m; ++y)
     {
-        StartSums(acc, a->PixelPtr(0, y - m), k[0], width);
-        for (long long i = 1; i <= m; ++i)
-        {
-            const double ki = k[i];
-            const double* __restrict s = a->PixelPtr(0, y - m + i);
-            for (long long x = 0; x < width; ++x)
-                acc[x] += ki * s[x];
-        }
-        std::memcpy(a->PixelPtr(0, y), acc, static_cast<size_t>(width) * sizeof(double));
+        for (long long i = 0; i <= m; ++i)
+            src[i] = a->PixelPtr(0, y - m + i);
+        SumRows<T>(a->PixelPtr(0, y), src, k, m + 1, width, acc);
     }
     if (width > 0)
         std::memcpy(lastRow, a->PixelPtr(0, height + m - 1), static_cast<size_t>(width) * sizeof(double));
 
     for (long long y = height + m - 1; y >= 0; --y)
     {
-        StartSums(acc, a->PixelPtr(0, y), k[m], width);
-        for (long long i = m + 1; i <= 2 * m; ++i)
-        {
-            const long long row = y - m + i;
-            const double ki = k[i];
-            const double* __restrict s = row < height + m ? a->PixelPtr(0, row) : lastRow;
-            for (long long x = 0; x < width; ++x)
-                acc[x] += ki * s[x];
-        }
-        std::memcpy(a->PixelPtr(0, y), acc, static_cast<size_t>(width) * sizeof(double));
+        for (long long i = 0; i <= m; ++i)
+            src[i] = y + i < height + m ? a->PixelPtr(0, y + i) : lastRow;
+        SumRows<T>(a->PixelPtr(0, y), src, k + m, m + 1, width, acc);
     }
 }
 
-TAVLIN_TARGET_AVX2 void FilterColumnsAvx2(Array2dReal64* a, const double* k, long long m, double* acc,
-                                          double* lastRow)
+template <int T>
+TAVLIN_TARGET_AVX2 void FilterColumnsAvx2(Array2dReal64* a, const double* k, long long m, const double** src,
+                                          double* acc, double* lastRow)
 {
-    FilterColumnsWith(a, k, m, acc, lastRow);
+    FilterColumnsWith<T>(a, k, m, src, acc, lastRow);
+}
+
+template <int T>
+void FilterColumnsOfOrder(Array2dReal64* a, const double* k, long long m, const double** src, double* acc,
+                          double* lastRow)
+{
+    if (CpuHasAvx2())
+        FilterColumnsAvx2<T>(a, k, m, src, acc, lastRow);
+    else
+        FilterColumnsWith<T>(a, k, m, src, acc, lastRow);
 }
 
 void FilterColumns(Array2dReal64* a, const double* k, long long m)
 {
-    std::vector<double> accumulator(static_cast<size_t>(a->mWidth));
     std::vector<double> lastRow(static_cast<size_t>(a->mWidth));
-    if (CpuHasAvx2())
-        FilterColumnsAvx2(a, k, m, accumulator.data(), lastRow.data());
-    else
-        FilterColumnsWith(a, k, m, accumulator.data(), lastRow.data());
+    std::vector<const double*> src(static_cast<size_t>(m + 1));
+    std::vector<double> acc;
+    switch (m)
+    {
+    case 0: FilterColumnsOfOrder<1>(a, k, m, src.data(), nullptr, lastRow.data()); return;
+    case 1: FilterColumnsOfOrder<2>(a, k, m, src.data(), nullptr, lastRow.data()); return;
+    case 2: FilterColumnsOfOrder<3>(a, k, m, src.data(), nullptr, lastRow.data()); return;
+    case 3: FilterColumnsOfOrder<4>(a, k, m, src.data(), nullptr, lastRow.data()); return;
+    case 4: FilterColumnsOfOrder<5>(a, k, m, src.data(), nullptr, lastRow.data()); return;
+    case 5: FilterColumnsOfOrder<6>(a, k, m, src.data(), nullptr, lastRow.data()); return;
+    default:
+        acc.resize(static_cast<size_t>(a->mWidth));
+        FilterColumnsOfOrder<0>(a, k, m, src.data(), acc.data(), lastRow.data());
+    }
 }
 
 } // namespace

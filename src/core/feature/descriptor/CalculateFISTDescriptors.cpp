@@ -1,6 +1,7 @@
 #include "core/feature/descriptor/CalculateFISTDescriptors.h"
 
 #include <cmath>
+#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -12,6 +13,7 @@
 #include "core/feature/descriptor/GetColorChannels.h"
 #include "core/feature/descriptor/JoinChannelDescriptors.h"
 #include "core/feature/descriptor/StringIsFullyNumeric.h"
+#include "core/matrix/MatCreate.h"
 
 namespace Tavlin
 {
@@ -108,11 +110,31 @@ void CalculateFISTDescriptors(Array2dVec3UInt8* image, PointDescriptorTable* tab
     descriptor.mOutputScale = 512.0;
     descriptor.mCustomNorm = customNorm;
     std::vector<Array2dReal64*> results;
-    results.reserve(channels.size());
-    for (Array2dReal64* channel : channels)
-        results.push_back(descriptor.DoCalculateFISTDescriptorsAndEat(channel, table));
-
-    JoinChannelDescriptors(table, results);
+    if (channels.size() < 2)
+    {
+        for (Array2dReal64* channel : channels)
+            results.push_back(descriptor.DoCalculateFISTDescriptorsAndEat(channel, table));
+        JoinChannelDescriptors(table, results);
+        return;
+    }
+    // Each channel straight into its columns of the joined store: the parts and the
+    // whole are never held at once.
+    const long long length = FISTDescriptor<4, 8>::DescriptorLength;
+    const long long width = length * static_cast<long long>(channels.size());
+    Array2dReal64* joined = Matrix::MatCreate<Array2dReal64>(table->Size(), static_cast<int>(width));
+    if (!joined->mData && joined->mDataSize > 0)
+    {
+        // As when the parts cannot be joined: an empty store.
+        delete joined;
+        for (Array2dReal64* channel : channels)
+            delete channel;
+        table->SetStorage(new Array2dReal64(0, table->Size(), 0, 0));
+        return;
+    }
+    std::memset(joined->mData, 0, static_cast<size_t>(width) * table->Size() * sizeof(double));
+    for (size_t c = 0; c < channels.size(); ++c)
+        descriptor.DoCalculateFISTDescriptorsIntoAndEat(channels[c], table, joined->mData + c * length, width);
+    table->SetStorage(joined);
 }
 
 } // namespace Feature

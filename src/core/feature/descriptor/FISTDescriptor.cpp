@@ -82,13 +82,16 @@ inline int FootprintRadius(double scale, double spatialBins)
     return FitsInt32(radius) ? static_cast<int32_t>(radius) : -1;
 }
 
-// Per image row, the columns first .. last that some footprint of a level reads; rows
-// that none reads have first > last. Gradient angles cost most of a level, so they are
-// computed only there.
+// Per image row, the columns first .. last that some footprint of a level reads (rows
+// that none reads have first > last), and the runs of columns that footprints cover
+// (sorted, apart). Gradient angles cost most of a level, so they are computed only on
+// the runs.
 struct ReadSpans
 {
     std::vector<long long> first;
     std::vector<long long> last;
+    std::vector<std::vector<std::pair<long long, long long>>> runs;
+    std::vector<std::tuple<long long, long long, long long, long long>> rectangles; // x0, x1, y0, y1
     long long width = 0;
 
     void Clear(long long w, long long height)
@@ -96,6 +99,10 @@ struct ReadSpans
         width = w;
         first.assign(static_cast<size_t>(height), w);
         last.assign(static_cast<size_t>(height), -1);
+        runs.resize(static_cast<size_t>(height));
+        for (std::vector<std::pair<long long, long long>>& r : runs)
+            r.clear();
+        rectangles.clear();
     }
 
     // Columns x0 .. x1 of rows y0 .. y1, clipped to the image.
@@ -106,12 +113,33 @@ struct ReadSpans
         y1 = std::min<long long>(y1, height - 1);
         x0 = std::max<long long>(x0, 0);
         x1 = std::min<long long>(x1, width - 1);
-        if (x0 > x1)
+        if (x0 > x1 || y0 > y1)
             return;
         for (long long y = y0; y <= y1; ++y)
         {
             first[y] = std::min(first[y], x0);
             last[y] = std::max(last[y], x1);
+        }
+        rectangles.emplace_back(x0, x1, y0, y1);
+    }
+
+    // The runs of all rectangles added: taken from left to right, each row's runs come
+    // in order and merge with the last one where they touch.
+    void MakeRuns()
+    {
+        std::sort(rectangles.begin(), rectangles.end());
+        for (const std::tuple<long long, long long, long long, long long>& r : rectangles)
+        {
+            const long long x0 = std::get<0>(r);
+            const long long x1 = std::get<1>(r);
+            for (long long y = std::get<2>(r); y <= std::get<3>(r); ++y)
+            {
+                std::vector<std::pair<long long, long long>>& row = runs[y];
+                if (!row.empty() && x0 <= row.back().second + 1)
+                    row.back().second = std::max(row.back().second, x1);
+                else
+                    row.emplace_back(x0, x1);
+            }
         }
     }
 };
@@ -159,10 +187,10 @@ inline void Deposit(double* row, const TapT& tap, double w, int o0, int o1, doub
     const double go = 1.0 - fo;
     if (tap.cells & 3u)
     {
-        const double wr = w * tap.gr;
+        const double wr = w * (1.0 - tap.fr);
         if (tap.cells & 1u)
         {
-            const double wrc = wr * tap.gc;
+            const double wrc = wr * (1.0 - tap.fc);
             double* cell = row + tap.cell;
             cell[o0] += wrc * go;
             cell[o1] += wrc * fo;
@@ -180,7 +208,7 @@ inline void Deposit(double* row, const TapT& tap, double w, int o0, int o1, doub
         const double wr = w * tap.fr;
         if (tap.cells & 4u)
         {
-            const double wrc = wr * tap.gc;
+            const double wrc = wr * (1.0 - tap.fc);
             double* cell = row + tap.cell + SpatialBinsT * OrientationBinsT;
             cell[o0] += wrc * go;
             cell[o1] += wrc * fo;
@@ -211,9 +239,108 @@ inline double CentralDifference(double before, double at, double after)
 // there only, the mirrored edge repeating the edge pixel. With `bins` and `fractions`
 // (planes of the image's size) also each pixel's orientation bin and fraction at
 // orientation 0, the bin -1 where the fraction is out of range.
+// Orientation bins and fractions at orientation 0 of the angles a[x0 .. x1 - 1], which
+// are negated two-argument arc tangents (or -0.0): within one half turn of 0, so one
+// addition of a turn brings the negative ones into [0, 2 pi], as the repeated addition
+// does. Bin 8 becomes 0; -1 marks a fraction out of range.
+template <int OrientationBinsT>
+TAVLIN_ALWAYS_INLINE void BinsOfRun(const double* a, int8_t* bin, double* fraction, long long x0, long long x1)
+{
+    for (long long x = x0; x < x1; ++x)
+    {
+        int o0 = 0;
+        double fo = 0.0;
+        if (OrientationBin(a[x] - 0.0, OrientationBinsT, o0, fo))
+            bin[x] = static_cast<int8_t>(o0 >= OrientationBinsT ? 0 : o0);
+        else
+            bin[x] = -1;
+        fraction[x] = fo;
+    }
+}
+
+#if defined(__x86_64__)
+TAVLIN_TARGET_AVX2 void BinsOfRunAvx2(const double* a, int8_t* bin, double* fraction, long long x0, long long x1)
+{
+    const __m256d zero = _mm256_setzero_pd();
+    const __m256d one = _mm256_set1_pd(1.0);
+    const __m256d turn = _mm256_set1_pd(kTwoPi);
+    const __m256d bins = _mm256_set1_pd(8.0);
+    const __m128i last = _mm_set1_epi32(7);
+    const __m128i none = _mm_set1_epi32(-1);
+    long long x = x0;
+    for (; x + 4 <= x1; x += 4)
+    {
+        __m256d v = _mm256_sub_pd(_mm256_loadu_pd(a + x), zero);
+        v = _mm256_blendv_pd(v, _mm256_add_pd(v, turn), _mm256_cmp_pd(v, zero, _CMP_LT_OQ));
+        const __m256d obin = _mm256_div_pd(_mm256_mul_pd(v, bins), turn);
+        const __m256d o0f = _mm256_round_pd(obin, _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC);
+        const __m256d fo = _mm256_sub_pd(obin, o0f);
+        _mm256_storeu_pd(fraction + x, fo);
+        const __m256d ok = _mm256_and_pd(_mm256_cmp_pd(fo, zero, _CMP_GE_OQ), _mm256_cmp_pd(fo, one, _CMP_LE_OQ));
+        // Lanes out of range are replaced before their bin is used.
+        const __m256d o0safe = _mm256_blendv_pd(zero, o0f, ok);
+        __m128i o0 = _mm256_cvttpd_epi32(o0safe);
+        o0 = _mm_andnot_si128(_mm_cmpgt_epi32(o0, last), o0);
+        const __m128i okLanes = _mm256_cvtpd_epi32(_mm256_blendv_pd(zero, one, ok));
+        o0 = _mm_blendv_epi8(none, o0, _mm_cmpeq_epi32(okLanes, _mm_set1_epi32(1)));
+        const __m128i bytes = _mm_shuffle_epi8(o0, _mm_setr_epi8(0, 4, 8, 12, -1, -1, -1, -1, -1, -1, -1, -1, -1,
+                                                                  -1, -1, -1));
+        const int packed = _mm_cvtsi128_si32(bytes);
+        std::memcpy(bin + x, &packed, sizeof(packed));
+    }
+    BinsOfRun<8>(a, bin, fraction, x, x1);
+}
+#endif
+
+template <int OrientationBinsT>
+void BinsOfRuns(const double* a, int8_t* bin, double* fraction, long long x0, long long x1)
+{
+#if defined(__x86_64__)
+    if (OrientationBinsT == 8 && CpuHasAvx2())
+    {
+        BinsOfRunAvx2(a, bin, fraction, x0, x1);
+        return;
+    }
+#endif
+    BinsOfRun<OrientationBinsT>(a, bin, fraction, x0, x1);
+}
+
+// Differences and magnitudes of columns x0 .. x1 - 1 of a row: `h` the row smoothed for
+// the x derivative, `above`, `at` and `below` three rows smoothed for the y derivative.
+// The mirrored edge repeats the edge pixel; the edge columns are taken apart, so that
+// the inner ones run without index tests.
+TAVLIN_ALWAYS_INLINE void GradientRun(const double* h, const double* above, const double* at, const double* below,
+                                      double* gx, double* gy, double* m, long long x0, long long x1, long long width)
+{
+    if (x0 == 0)
+        gx[0] = CentralDifference(h[0], h[0], h[width > 1 ? 1 : 0]);
+    if (x1 == width && width > 1)
+        gx[width - 1] = CentralDifference(h[width - 2], h[width - 1], h[width - 1]);
+    for (long long x = std::max<long long>(x0, 1); x < std::min<long long>(x1, width - 1); ++x)
+        gx[x] = CentralDifference(h[x - 1], h[x], h[x + 1]);
+    for (long long x = x0; x < x1; ++x)
+        gy[x] = CentralDifference(above[x], at[x], below[x]);
+    for (long long x = x0; x < x1; ++x)
+        m[x] = std::sqrt(gx[x] * gx[x] + gy[x] * gy[x]);
+}
+
+#if defined(__x86_64__)
+TAVLIN_TARGET_AVX2 void GradientRunAvx2(const double* h, const double* above, const double* at, const double* below,
+                                        double* gx, double* gy, double* m, long long x0, long long x1, long long width)
+{
+    GradientRun(h, above, at, below, gx, gy, m, x0, x1, width);
+}
+#endif
+
+// Magnitude and orientation of the gradient of `channel` smoothed at `sigma`, on the
+// runs of `spans`. The differences of the two smoothed planes are taken there only,
+// the mirrored edge repeating the edge pixel. With `bins` and `fractions` (planes of
+// the image's size) also each pixel's orientation bin and fraction at orientation 0,
+// the bin -1 where the fraction is out of range. Without an angle plane the angles
+// only pass through a row on their way to the bins.
 template <int OrientationBinsT>
 void LevelGradients(Array2dReal64* channel, double sigma, Array2dReal64* magnitude, Array2dReal64* angle,
-                    const ReadSpans& spans, int32_t* bins, double* fractions)
+                    const ReadSpans& spans, int8_t* bins, double* fractions)
 {
     std::unique_ptr<Array2dReal64> sx(Array::RecGaussSmoothing(channel, sigma, sigma, 1, 0, 3));
     std::unique_ptr<Array2dReal64> sy(Array::RecGaussSmoothing(channel, sigma, sigma, 0, 1, 3));
@@ -221,51 +348,36 @@ void LevelGradients(Array2dReal64* channel, double sigma, Array2dReal64* magnitu
     const long long height = channel->mHeight;
     std::vector<double> gxRow(static_cast<size_t>(width));
     std::vector<double> gyRow(static_cast<size_t>(width));
+    std::vector<double> angleRow(angle ? 0 : static_cast<size_t>(width));
     double* gx = gxRow.data();
     double* gy = gyRow.data();
     for (long long y = 0; y < height; ++y)
     {
-        const long long x0 = spans.first[y];
-        const long long x1 = std::min(spans.last[y] + 1, width);
-        if (x0 >= x1)
-            continue;
         const double* h = sx->PixelPtr(0, y);
         const double* above = sy->PixelPtr(0, y > 0 ? y - 1 : 0);
         const double* at = sy->PixelPtr(0, y);
         const double* below = sy->PixelPtr(0, y + 1 < height ? y + 1 : height - 1);
-        // The edge columns apart, so that the inner ones run without index tests.
-        if (x0 == 0)
-            gx[0] = CentralDifference(h[0], h[0], h[width > 1 ? 1 : 0]);
-        if (x1 == width && width > 1)
-            gx[width - 1] = CentralDifference(h[width - 2], h[width - 1], h[width - 1]);
-        for (long long x = std::max<long long>(x0, 1); x < std::min<long long>(x1, width - 1); ++x)
-            gx[x] = CentralDifference(h[x - 1], h[x], h[x + 1]);
-        for (long long x = x0; x < x1; ++x)
-            gy[x] = CentralDifference(above[x], at[x], below[x]);
         double* m = magnitude->PixelPtr(0, y);
-        double* a = angle->PixelPtr(0, y);
-        for (long long x = x0; x < x1; ++x)
-            m[x] = std::sqrt(gx[x] * gx[x] + gy[x] * gy[x]);
-        for (long long x = x0; x < x1; ++x)
+        double* a = angle ? angle->PixelPtr(0, y) : angleRow.data();
+        for (const std::pair<long long, long long>& run : spans.runs[y])
         {
-            double t = std::atan2(gy[x], gx[x]);
-            if (t != t)
-                t = 0.0;
-            a[x] = -t;
-        }
-        if (!bins)
-            continue;
-        int32_t* bin = bins + y * width;
-        double* fraction = fractions + y * width;
-        for (long long x = x0; x < x1; ++x)
-        {
-            int o0 = 0;
-            double fo = 0.0;
-            if (OrientationBin(a[x] - 0.0, OrientationBinsT, o0, fo))
-                bin[x] = o0 >= OrientationBinsT ? 0 : o0;
+            const long long x0 = run.first;
+            const long long x1 = std::min(run.second + 1, width);
+#if defined(__x86_64__)
+            if (CpuHasAvx2())
+                GradientRunAvx2(h, above, at, below, gx, gy, m, x0, x1, width);
             else
-                bin[x] = -1;
-            fraction[x] = fo;
+#endif
+                GradientRun(h, above, at, below, gx, gy, m, x0, x1, width);
+            for (long long x = x0; x < x1; ++x)
+            {
+                double t = std::atan2(gy[x], gx[x]);
+                if (t != t)
+                    t = 0.0;
+                a[x] = -t;
+            }
+            if (bins)
+                BinsOfRuns<OrientationBinsT>(a, bins + y * width, fractions + y * width, x0, x1);
         }
     }
 }
@@ -354,6 +466,64 @@ TAVLIN_TARGET_AVX2 void AccumulateSpreadAvx2(double* row, const CellDeposits& d,
 }
 #endif
 
+#if defined(__x86_64__)
+// The tap walk of a point at orientation 0 (4 x 4 cells, 8 bins) with the histogram in a
+// grid padded by one cell on every side, so that every tap adds to all four of its
+// cells without tests: cells off the grid land in the padding and are dropped. The four
+// products w x row weight x column weight are made side by side; each histogram value
+// still adds the same terms in the same order.
+template <class TapT>
+TAVLIN_TARGET_AVX2 void WalkAtZeroAvx2(double* row, const TapT* begin, const TapT* end, const double* mag,
+                                       long long stride, const int8_t* bin, const double* fraction, long long width,
+                                       bool columnsInside, long long ix)
+{
+    const int side = 6;
+    alignas(32) double grid[side * side * 8];
+    std::memset(grid, 0, sizeof(grid));
+    for (int r = 0; r < 4; ++r)
+        std::memcpy(grid + ((r + 1) * side + 1) * 8, row + r * 32, 32 * sizeof(double));
+    const __m128d one = _mm_set1_pd(1.0);
+    alignas(32) double low[4];
+    alignas(32) double high[4];
+    for (const TapT* tap = begin; tap != end; ++tap)
+    {
+        if (!columnsInside && static_cast<unsigned long long>(ix + tap->j) >= static_cast<unsigned long long>(width))
+            continue;
+        const double w = mag[tap->i * stride + tap->j] * tap->weight;
+        const long long p = tap->i * width + tap->j;
+        const int o0 = bin[p];
+        const double fo = fraction[p];
+        if (o0 < 0)
+        {
+            ReportFractions(tap->fr, tap->fc, fo);
+            continue;
+        }
+        const int o1 = o0 + 1 == 8 ? 0 : o0 + 1;
+        const __m128d f = _mm_set_pd(tap->fc, tap->fr);
+        const __m128d g = _mm_sub_pd(one, f);
+        // (gr, gr, fr, fr) and (gc, fc, gc, fc): cells (r0, c0), (r0, c0 + 1), (r0 + 1, c0), (r0 + 1, c0 + 1).
+        const __m256d rowWeight = _mm256_set_m128d(_mm_movedup_pd(f), _mm_movedup_pd(g));
+        const __m128d columnPair = _mm_unpackhi_pd(g, f);
+        const __m256d columnWeight = _mm256_set_m128d(columnPair, columnPair);
+        const __m256d wrc = _mm256_mul_pd(_mm256_mul_pd(_mm256_set1_pd(w), rowWeight), columnWeight);
+        _mm256_store_pd(low, _mm256_mul_pd(wrc, _mm256_set1_pd(1.0 - fo)));
+        _mm256_store_pd(high, _mm256_mul_pd(wrc, _mm256_set1_pd(fo)));
+        double* b0 = grid + tap->paddedCell + o0;
+        double* b1 = grid + tap->paddedCell + o1;
+        b0[0] += low[0];
+        b1[0] += high[0];
+        b0[8] += low[1];
+        b1[8] += high[1];
+        b0[side * 8] += low[2];
+        b1[side * 8] += high[2];
+        b0[side * 8 + 8] += low[3];
+        b1[side * 8 + 8] += high[3];
+    }
+    for (int r = 0; r < 4; ++r)
+        std::memcpy(row + r * 32, grid + ((r + 1) * side + 1) * 8, 32 * sizeof(double));
+}
+#endif
+
 // The start of a band of spread bins in its store (eight doubles more than the band):
 // each pixel's eight values on one cache line.
 inline double* SpreadBand(std::vector<double>& store)
@@ -365,11 +535,11 @@ inline double* SpreadBand(std::vector<double>& store)
 // Rows first .. first + rows - 1 of the orientation planes spread out into `spread`,
 // eight values a pixel. Pixels that no footprint reads hold stale bins of 0 to 7 (or
 // -1), which the mask keeps inside the eight values.
-void SpreadBins(double* spread, const int32_t* bin, const double* fraction, long long width, long long first,
+void SpreadBins(double* spread, const int8_t* bin, const double* fraction, long long width, long long first,
                 long long rows)
 {
     const long long count = rows * width;
-    const int32_t* o0 = bin + first * width;
+    const int8_t* o0 = bin + first * width;
     const double* fo = fraction + first * width;
     for (long long p = 0; p < count; ++p)
     {
@@ -384,20 +554,17 @@ void SpreadBins(double* spread, const int32_t* bin, const double* fraction, long
 
 // Whether the vector loop gives the same sums on this level: every bin read in range
 // (out-of-range bins are reported tap by tap) and every magnitude read finite.
-bool LevelIsPlain(const int32_t* bins, Array2dReal64* magnitude, const ReadSpans& spans)
+bool LevelIsPlain(const int8_t* bins, Array2dReal64* magnitude, const ReadSpans& spans)
 {
     const long long width = magnitude->mWidth;
     bool plain = true;
     for (long long y = 0; y < magnitude->mHeight; ++y)
     {
-        const long long x1 = std::min(spans.last[y] + 1, width);
-        // Rows nobody reads may lie outside the band, where there are no bins.
-        if (spans.first[y] >= x1)
-            continue;
-        const int32_t* bin = bins + y * width;
+        const int8_t* bin = bins + y * width;
         const double* m = magnitude->PixelPtr(0, y);
-        for (long long x = spans.first[y]; x < x1; ++x)
-            plain = plain && bin[x] >= 0 && std::isfinite(m[x]);
+        for (const std::pair<long long, long long>& run : spans.runs[y])
+            for (long long x = run.first; x <= run.second; ++x)
+                plain = plain && bin[x] >= 0 && std::isfinite(m[x]);
     }
     return plain;
 }
@@ -434,6 +601,18 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
         return result;
     // Rows outside the ladder are never written; zero keeps them harmless downstream.
     std::memset(result->mData, 0, static_cast<size_t>(size) * DescriptorLength * sizeof(double));
+    DoCalculateFISTDescriptorsInto(channel, table, result->mData, DescriptorLength);
+    return result;
+}
+
+template <int SpatialBinsT, int OrientationBinsT>
+void FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDescriptorsInto(Array2dReal64* channel,
+                                                                                    PointDescriptorTable* table,
+                                                                                    double* rows, long long stride)
+{
+    const int size = table->Size();
+    if (size == 0)
+        return;
 
     // Points by level, table order kept within each level.
     std::vector<int> levelOf(size);
@@ -458,15 +637,16 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
                 order[fill[levelOf[k]]++] = k;
     }
     if (order.empty())
-        return result;
+        return;
 
     std::unique_ptr<Array2dReal64> magnitude(Array::ArrayCreate<Array2dReal64>(channel->mWidth, channel->mHeight, 0, 0));
-    std::unique_ptr<Array2dReal64> angle(Array::ArrayCreate<Array2dReal64>(channel->mWidth, channel->mHeight, 0, 0));
+    // The angle plane only for points turned away from orientation 0; those at 0 read
+    // the orientation planes.
+    std::unique_ptr<Array2dReal64> angle;
     std::vector<Footprint> cache(kFootprintCacheSize);
     OrientationPlanes planes;
     ReadSpans spans;
     std::vector<std::tuple<long long, long long, int>> usable; // band of rows, column, table row
-    double* rows = result->mData;
     // Rows are normalised a few at a time, which lets their sums overlap.
     double* pending[NormaliseBatch];
     int pendingCount = 0;
@@ -476,8 +656,9 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
         if (levelStart[level] == levelStart[level + 1])
             continue;
         spans.Clear(channel->mWidth, channel->mHeight);
+        // Footprints grow with the level: the last level's go, memory and all.
         for (Footprint& f : cache)
-            f.valid = false;
+            f = Footprint();
         int nextSlot = 0;
         // The footprint of a point from the level's cache, made when missing.
         auto footprintOf = [&](double scale, double fx, double fy, double orientation) -> Footprint& {
@@ -513,7 +694,12 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
                 ++atZero;
                 tallest = std::max<long long>(tallest, f.maxI - f.minI + 1);
             }
+            else if (!angle)
+            {
+                angle.reset(Array::ArrayCreate<Array2dReal64>(channel->mWidth, channel->mHeight, 0, 0));
+            }
         }
+        spans.MakeRuns();
         if (anyAtZero && planes.o0.empty())
         {
             planes.o0.resize(static_cast<size_t>(channel->mWidth * channel->mHeight));
@@ -546,7 +732,7 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
             const long long ix = static_cast<int32_t>(xs[k] + 0.5);
             const long long iy = static_cast<int32_t>(ys[k] + 0.5);
             Footprint* footprint = &footprintOf(scale, xs[k] - ix, ys[k] - iy, orientation);
-            double* row = rows + static_cast<size_t>(k) * DescriptorLength;
+            double* row = rows + static_cast<size_t>(k) * stride;
             if (orientation == 0.0 && !std::signbit(orientation))
             {
                 if (planes.bandCapacity > 0 && footprint->offsetWidth != channel->mWidth)
@@ -566,7 +752,6 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
         }
     }
     NormaliseRows(pending, pendingCount);
-    return result;
 }
 
 template <int SpatialBinsT, int OrientationBinsT>
@@ -579,6 +764,17 @@ Array2dReal64* FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDe
     TLOG_DEBUG(sLog, "FIST channel in " << timer.SplitTimeStr());
     delete channel;
     return result;
+}
+
+template <int SpatialBinsT, int OrientationBinsT>
+void FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDescriptorsIntoAndEat(
+    Array2dReal64* channel, PointDescriptorTable* table, double* rows, long long stride)
+{
+    static log4cpp::Category& sLog = log4cpp::Category::getInstance("Core.Feature.DoCalculateFISTDescriptorsAndEat");
+    Timer timer;
+    DoCalculateFISTDescriptorsInto(channel, table, rows, stride);
+    TLOG_DEBUG(sLog, "FIST channel in " << timer.SplitTimeStr());
+    delete channel;
 }
 
 template <int SpatialBinsT, int OrientationBinsT>
@@ -620,17 +816,62 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::MakeFootprint(Footprint& fo
         return;
     const double c = std::cos(orientation);
     const double s = std::sin(orientation);
+    // At orientation 0 the row position depends on i alone and the column position on
+    // j alone (the zero products add nothing, signs of zero included): each is then
+    // worked out once per row and per column instead of once per pixel.
+    const bool separable = s == 0.0 && c == 1.0;
+    const size_t side = static_cast<size_t>(2 * radius + 1);
+    std::vector<double> rowV(separable ? side : 0), rowBin(rowV.size()), columnU(rowV.size()), columnBin(rowV.size());
+    std::vector<char> rowIn(rowV.size()), columnIn(rowV.size());
+    size_t rowsIn = 0;
+    size_t columnsIn = 0;
+    for (size_t k = 0; k < rowV.size(); ++k)
+    {
+        const int i = static_cast<int>(k) - radius;
+        rowV[k] = (s * 0 + c * i - fy) / cell;
+        rowBin[k] = rowV[k] + half - 0.5;
+        rowIn[k] = rowBin[k] > -1.0 && rowBin[k] < bins;
+        rowsIn += rowIn[k];
+        columnU[k] = (c * i - s * 0 - fx) / cell;
+        columnBin[k] = columnU[k] + half - 0.5;
+        columnIn[k] = columnBin[k] > -1.0 && columnBin[k] < bins;
+        columnsIn += columnIn[k];
+    }
+    auto inGrid = [&](int i, int j, double& v, double& rbin, double& u, double& cbin) {
+        if (separable)
+        {
+            const size_t ki = static_cast<size_t>(i + radius);
+            const size_t kj = static_cast<size_t>(j + radius);
+            v = rowV[ki];
+            rbin = rowBin[ki];
+            u = columnU[kj];
+            cbin = columnBin[kj];
+            return rowIn[ki] && columnIn[kj];
+        }
+        v = (s * j + c * i - fy) / cell;
+        rbin = v + half - 0.5;
+        if (!(rbin > -1.0 && rbin < bins))
+            return false;
+        u = (c * j - s * i - fx) / cell;
+        cbin = u + half - 0.5;
+        return cbin > -1.0 && cbin < bins;
+    };
+    // Counted first: large footprints hold megabytes, which doubling would waste.
+    size_t count = rowsIn * columnsIn;
+    for (int i = -radius; i <= radius && !separable; ++i)
+        for (int j = -radius; j <= radius; ++j)
+        {
+            double v, rbin, u, cbin;
+            count += inGrid(i, j, v, rbin, u, cbin) ? 1 : 0;
+        }
+    footprint.taps = std::vector<Tap>();
+    footprint.taps.reserve(count);
     for (int i = -radius; i <= radius; ++i)
     {
         for (int j = -radius; j <= radius; ++j)
         {
-            const double v = (s * j + c * i - fy) / cell;
-            const double rbin = v + half - 0.5;
-            if (!(rbin > -1.0 && rbin < bins))
-                continue;
-            const double u = (c * j - s * i - fx) / cell;
-            const double cbin = u + half - 0.5;
-            if (!(cbin > -1.0 && cbin < bins))
+            double v, rbin, u, cbin;
+            if (!inGrid(i, j, v, rbin, u, cbin))
                 continue;
             Tap tap;
             tap.weight = mNoGaussianWeight ? 1.0 : std::exp((v * v + u * u) / -8.0);
@@ -638,19 +879,19 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::MakeFootprint(Footprint& fo
             const double c0 = std::floor(cbin);
             tap.fr = rbin - r0;
             tap.fc = cbin - c0;
-            tap.gr = 1.0 - tap.fr;
-            tap.gc = 1.0 - tap.fc;
             tap.i = i;
             tap.j = j;
             // -1 as unsigned fails every test against the grid size: cells off the grid drop.
             const unsigned int ur = static_cast<unsigned int>(static_cast<int32_t>(r0));
             const unsigned int uc = static_cast<unsigned int>(static_cast<int32_t>(c0));
             const unsigned int n = SpatialBinsT;
-            tap.r0 = static_cast<int32_t>(r0);
-            tap.c0 = static_cast<int32_t>(c0);
-            tap.cell = (tap.r0 * SpatialBinsT + tap.c0) * OrientationBinsT;
-            tap.cells = (ur < n && uc < n ? 1u : 0u) | (ur < n && uc + 1 < n ? 2u : 0u) |
-                        (ur + 1 < n && uc < n ? 4u : 0u) | (ur + 1 < n && uc + 1 < n ? 8u : 0u);
+            tap.r0 = static_cast<int8_t>(r0);
+            tap.c0 = static_cast<int8_t>(c0);
+            tap.cell = static_cast<int16_t>((tap.r0 * SpatialBinsT + tap.c0) * OrientationBinsT);
+            tap.paddedCell =
+                static_cast<int16_t>(((tap.r0 + 1) * (SpatialBinsT + 2) + tap.c0 + 1) * OrientationBinsT);
+            tap.cells = static_cast<uint8_t>((ur < n && uc < n ? 1u : 0u) | (ur < n && uc + 1 < n ? 2u : 0u) |
+                        (ur + 1 < n && uc < n ? 4u : 0u) | (ur + 1 < n && uc + 1 < n ? 8u : 0u));
             if (footprint.taps.empty())
             {
                 footprint.minI = footprint.maxI = i;
@@ -695,8 +936,8 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::MakeCellDeposits(Footprint&
                 footprint.cellI.push_back(tap.i);
                 footprint.cellJ.push_back(tap.j);
                 footprint.cellWeight.push_back(tap.weight);
-                footprint.cellRowFactor.push_back(rowStep ? tap.fr : tap.gr);
-                footprint.cellColumnFactor.push_back(columnStep ? tap.fc : tap.gc);
+                footprint.cellRowFactor.push_back(rowStep ? tap.fr : 1.0 - tap.fr);
+                footprint.cellColumnFactor.push_back(columnStep ? tap.fc : 1.0 - tap.fc);
             }
             footprint.cellStart.push_back(static_cast<int32_t>(footprint.cellI.size()));
         }
@@ -790,10 +1031,17 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::AccumulateAtZero(double* ro
         return;
     const bool columnsInside = ix + footprint.minJ >= 0 && ix + footprint.maxJ < width;
     const double* mag = magnitude->PixelPtr(0, iy) + ix;
-    const int32_t* bin = planes.o0.data() + iy * width + ix;
+    const int8_t* bin = planes.o0.data() + iy * width + ix;
     const double* fraction = planes.fo.data() + iy * width + ix;
     const Tap* begin = footprint.taps.data() + footprint.rowStart[firstI - footprint.minI];
     const Tap* end = footprint.taps.data() + footprint.rowStart[lastI - footprint.minI + 1];
+#if defined(__x86_64__)
+    if (SpatialBinsT == 4 && OrientationBinsT == 8 && CpuHasAvx2())
+    {
+        WalkAtZeroAvx2(row, begin, end, mag, stride, bin, fraction, width, columnsInside, ix);
+        return;
+    }
+#endif
     for (const Tap* tap = begin; tap != end; ++tap)
     {
         if (!columnsInside && static_cast<unsigned long long>(ix + tap->j) >= static_cast<unsigned long long>(width))

@@ -44,6 +44,14 @@ public:
     Array::Array2dReal64* DoCalculateFISTDescriptorsAndEat(Array::Array2dReal64* channel,
                                                            PointDescriptorTable* table);
 
+    // The same into the rows of a store `stride` values apart, from `rows` on (the
+    // table's rows, DescriptorLength values each), which the caller has zeroed: the
+    // channels of a colour descriptor go straight into their columns of the joined store.
+    void DoCalculateFISTDescriptorsInto(Array::Array2dReal64* channel, PointDescriptorTable* table, double* rows,
+                                        long long stride);
+    void DoCalculateFISTDescriptorsIntoAndEat(Array::Array2dReal64* channel, PointDescriptorTable* table,
+                                              double* rows, long long stride);
+
     // Adds the histogram of one point to `row`, which the caller has zeroed. magnitude and
     // angle are planes of one size; pixels outside them are not sampled. An orientation
     // beyond 4096 turns, or not a number, is refused with a warning and adds nothing
@@ -66,16 +74,15 @@ private:
     struct Tap
     {
         double weight; // Gaussian window, or 1.0 without it
-        double fr;
+        double fr; // row fraction; the other row's weight is 1 - fr
         double fc;
-        double gr; // 1 - fr
-        double gc; // 1 - fc
         int32_t i; // row offset
         int32_t j; // column offset
-        int32_t cell; // first element of grid cell (r0, c0); r0 or c0 may be -1
-        uint32_t cells; // bits 0 to 3: cells (r0, c0), (r0, c0 + 1), (r0 + 1, c0), (r0 + 1, c0 + 1) in the grid
-        int32_t r0;
-        int32_t c0;
+        int16_t cell; // first element of grid cell (r0, c0); r0 or c0 may be -1
+        int16_t paddedCell; // the same in a grid with one more cell on every side
+        int8_t r0;
+        int8_t c0;
+        uint8_t cells; // bits 0 to 3: cells (r0, c0), (r0, c0 + 1), (r0 + 1, c0), (r0 + 1, c0 + 1) in the grid
     };
 
     // The taps of one (scale, sub-pixel offset, orientation), in sampling order.
@@ -85,7 +92,7 @@ private:
         double fx;
         double fy;
         double orientation;
-        bool valid;
+        bool valid = false;
         int32_t minI;
         int32_t maxI;
         int32_t minJ;
@@ -112,7 +119,7 @@ private:
     // which is what every detector writes; o0 is -1 where the fraction is out of range.
     struct OrientationPlanes
     {
-        std::vector<int32_t> o0;
+        std::vector<int8_t> o0;
         std::vector<double> fo;
         // A band of image rows bandFirst .. bandFirst + bandRows - 1 with the bins spread
         // out: eight values a pixel, 1 - fo in bin o0, fo in bin o0 + 1 and 0 in the others.
