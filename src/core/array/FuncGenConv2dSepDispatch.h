@@ -155,15 +155,34 @@ TAVLIN_ALWAYS_INLINE void ColumnsAcross(const DoublePass& p, long long y)
             d[j * p.dStride + x] = OneSum(s + j * p.sStride + x, p.sStride, p.k, p.n);
 }
 
+// The source rows that one row of blocks reads should still be in the cache for the
+// next rows of blocks, which read them again: on wide planes the columns are taken in
+// tiles of equal width (a multiple of `unit`) whose rows fit in about 256 KiB.
+inline long long ColumnTileWidth(long long width, long long rows, long long unit)
+{
+    const long long fits = (256 << 10) / (rows * static_cast<long long>(sizeof(double)));
+    const long long tiles = (fits < width) ? (width + fits - 1) / fits : 1;
+    const long long tile = (width + tiles - 1) / tiles;
+    return tile + (unit - tile % unit) % unit;
+}
+
 template <int R, int C>
 TAVLIN_ALWAYS_INLINE void ColumnsOfTaps(const DoublePass& p)
 {
-    long long y = 0;
-    if (p.n >= R)
-        for (; y + R <= p.height; y += R)
-            ColumnsAcross<R, C>(p, y);
-    for (; y < p.height; ++y)
-        ColumnsAcross<1, C>(p, y);
+    const long long tile = ColumnTileWidth(p.width, p.n + R - 1, 4 * C);
+    for (long long x0 = 0; x0 < p.width; x0 += tile)
+    {
+        DoublePass t = p;
+        t.dst += x0;
+        t.tap0 += x0;
+        t.width = (p.width - x0 < tile) ? p.width - x0 : tile;
+        long long y = 0;
+        if (p.n >= R)
+            for (; y + R <= p.height; y += R)
+                ColumnsAcross<R, C>(t, y);
+        for (; y < p.height; ++y)
+            ColumnsAcross<1, C>(t, y);
+    }
 }
 
 // Block shapes per instruction set, chosen by timing: with 16 registers the vertical

@@ -60,10 +60,11 @@ TEST(FuncGenConv2dSepDispatch, EveryFormGivesTheSumsOfOneResultAtATime)
         long long width, height, taps;
     };
     // Odd sizes leave partial blocks both ways; some images are narrower or shorter
-    // than the kernel, some kernels shorter than a block's rows.
+    // than the kernel, some kernels shorter than a block's rows; the widest is cut
+    // into column tiles by the vertical pass.
     const Shape shapes[] = {{1, 1, 1},   {7, 5, 3},    {13, 11, 5},  {37, 29, 87}, {5, 90, 87},
                             {90, 5, 87}, {67, 41, 9},  {83, 7, 23},  {130, 23, 1}, {101, 13, 5},
-                            {64, 8, 3},   {21, 20, 7},  {131, 9, 11}};
+                            {64, 8, 3},   {21, 20, 7},  {131, 9, 11}, {801, 9, 87}};
     const std::vector<Form> forms = FormsOfThisCpu();
     for (const Shape& s : shapes)
     {
