@@ -470,21 +470,46 @@ TAVLIN_TARGET_AVX2 void AccumulateSpreadAvx2(double* row, const CellDeposits& d,
 // The tap walk of a point at orientation 0 (4 x 4 cells, 8 bins) with the histogram in a
 // grid padded by one cell on every side, so that every tap adds to all four of its
 // cells without tests: cells off the grid land in the padding and are dropped. The four
-// products w x row weight x column weight are made side by side; each histogram value
-// still adds the same terms in the same order.
+// products w x row weight x column weight are made side by side. The eight values a
+// tap adds to stay in registers while the taps that follow add to the same ones (same
+// cells, same bins), which neighbouring pixels mostly do; each value still adds the same
+// terms in the same order.
+// Values b[0], b[8], b[down] and b[down + 8]: one bin of a square of four cells.
+template <int down>
+TAVLIN_TARGET_AVX2 TAVLIN_ALWAYS_INLINE __m256d LoadCells(const double* b)
+{
+    return _mm256_set_pd(b[down + 8], b[down], b[8], b[0]);
+}
+
+template <int down>
+TAVLIN_TARGET_AVX2 TAVLIN_ALWAYS_INLINE void StoreCells(double* b, __m256d v)
+{
+    const __m128d lower = _mm256_castpd256_pd128(v);
+    const __m128d upper = _mm256_extractf128_pd(v, 1);
+    _mm_storel_pd(b, lower);
+    _mm_storeh_pd(b + 8, lower);
+    _mm_storel_pd(b + down, upper);
+    _mm_storeh_pd(b + down + 8, upper);
+}
+
 template <class TapT>
 TAVLIN_TARGET_AVX2 void WalkAtZeroAvx2(double* row, const TapT* begin, const TapT* end, const double* mag,
                                        long long stride, const int8_t* bin, const double* fraction, long long width,
                                        bool columnsInside, long long ix)
 {
     const int side = 6;
+    constexpr int down = 6 * 8;
     alignas(32) double grid[side * side * 8];
     std::memset(grid, 0, sizeof(grid));
     for (int r = 0; r < 4; ++r)
         std::memcpy(grid + ((r + 1) * side + 1) * 8, row + r * 32, 32 * sizeof(double));
+    // Values k of a pair of registers: cell k (r0, c0), (r0, c0 + 1), (r0 + 1, c0),
+    // (r0 + 1, c0 + 1), bin o0 in `low` and bin o1 in `high`.
     const __m128d one = _mm_set1_pd(1.0);
-    alignas(32) double low[4];
-    alignas(32) double high[4];
+    double* held0 = nullptr;
+    double* held1 = nullptr;
+    __m256d low = _mm256_setzero_pd();
+    __m256d high = _mm256_setzero_pd();
     for (const TapT* tap = begin; tap != end; ++tap)
     {
         if (!columnsInside && static_cast<unsigned long long>(ix + tap->j) >= static_cast<unsigned long long>(width))
@@ -498,26 +523,33 @@ TAVLIN_TARGET_AVX2 void WalkAtZeroAvx2(double* row, const TapT* begin, const Tap
             ReportFractions(tap->fr, tap->fc, fo);
             continue;
         }
-        const int o1 = o0 + 1 == 8 ? 0 : o0 + 1;
+        double* b0 = grid + tap->paddedCell + o0;
+        if (b0 != held0)
+        {
+            if (held0)
+            {
+                StoreCells<down>(held0, low);
+                StoreCells<down>(held1, high);
+            }
+            held0 = b0;
+            held1 = grid + tap->paddedCell + (o0 + 1 == 8 ? 0 : o0 + 1);
+            low = LoadCells<down>(held0);
+            high = LoadCells<down>(held1);
+        }
         const __m128d f = _mm_set_pd(tap->fc, tap->fr);
         const __m128d g = _mm_sub_pd(one, f);
-        // (gr, gr, fr, fr) and (gc, fc, gc, fc): cells (r0, c0), (r0, c0 + 1), (r0 + 1, c0), (r0 + 1, c0 + 1).
+        // (gr, gr, fr, fr) x (gc, fc, gc, fc), after w.
         const __m256d rowWeight = _mm256_set_m128d(_mm_movedup_pd(f), _mm_movedup_pd(g));
         const __m128d columnPair = _mm_unpackhi_pd(g, f);
         const __m256d columnWeight = _mm256_set_m128d(columnPair, columnPair);
         const __m256d wrc = _mm256_mul_pd(_mm256_mul_pd(_mm256_set1_pd(w), rowWeight), columnWeight);
-        _mm256_store_pd(low, _mm256_mul_pd(wrc, _mm256_set1_pd(1.0 - fo)));
-        _mm256_store_pd(high, _mm256_mul_pd(wrc, _mm256_set1_pd(fo)));
-        double* b0 = grid + tap->paddedCell + o0;
-        double* b1 = grid + tap->paddedCell + o1;
-        b0[0] += low[0];
-        b1[0] += high[0];
-        b0[8] += low[1];
-        b1[8] += high[1];
-        b0[side * 8] += low[2];
-        b1[side * 8] += high[2];
-        b0[side * 8 + 8] += low[3];
-        b1[side * 8 + 8] += high[3];
+        low = _mm256_add_pd(low, _mm256_mul_pd(wrc, _mm256_set1_pd(1.0 - fo)));
+        high = _mm256_add_pd(high, _mm256_mul_pd(wrc, _mm256_set1_pd(fo)));
+    }
+    if (held0)
+    {
+        StoreCells<down>(held0, low);
+        StoreCells<down>(held1, high);
     }
     for (int r = 0; r < 4; ++r)
         std::memcpy(row + r * 32, grid + ((r + 1) * side + 1) * 8, 32 * sizeof(double));
