@@ -1,5 +1,7 @@
 #include "core/array/ConvKernelSeparated.h"
 
+#include <algorithm>
+#include <cstring>
 #include <memory>
 
 #include "core/array/ArrayFactories.h"
@@ -32,6 +34,52 @@ void BothPasses(Array2dReal64* dst, Array2dReal64* work, Array2dReal64* kernelX,
     Pattern::FuncGenConv2dSepDispatch_V(dst, temp.get(), kernelY, mul, add, dispatchId);
 }
 
+// The same passes without a plane-sized scratch: the rows of the horizontal pass that
+// one band of result rows needs are made into a buffer and read by the vertical pass
+// while still in the cache; the rows two bands share move to the buffer's top. Rows
+// past the image edges are copies of the rows they mirror, as the mirrored scratch
+// plane has them; that needs hy <= height. dst may be work: the rows of work still to
+// be read lie below the band being written.
+void BothPassesInBands(Array2dReal64* dst, Array2dReal64* work, Array2dReal64* kernelX, Array2dReal64* kernelY)
+{
+    const long long nx = kernelX->mWidth;
+    const long long ny = kernelY->mWidth;
+    const long long hx = nx / 2;
+    const long long hy = ny / 2;
+    const long long width = work->mWidth;
+    const long long height = work->mHeight;
+    Pattern::FuncBorderMirror2d(work, hx, 0);
+    const long long bandRows = 96;
+    const long long shared = ny - 1;
+    const size_t rowBytes = static_cast<size_t>(width) * sizeof(double);
+    std::unique_ptr<double[]> buffer(new double[static_cast<size_t>((bandRows + shared) * width)]);
+    auto row = [&](long long y, long long first) { return buffer.get() + (y - first) * width; };
+    for (long long y0 = 0; y0 < height; y0 += bandRows)
+    {
+        const long long count = std::min(bandRows, height - y0);
+        const long long first = y0 - hy;
+        const long long last = y0 + count + hy;
+        long long have = first;
+        if (y0 > 0)
+        {
+            std::memmove(buffer.get(), row(first + bandRows, first), static_cast<size_t>(shared) * rowBytes);
+            have = first + shared;
+        }
+        const long long from = std::max(have, 0LL);
+        const long long to = std::min(last, height);
+        if (from < to)
+            Pattern::DoublePassByCpu({row(from, first), width, work->PixelPtr(-hx, from), work->RowStride(), width,
+                                      to - from, kernelX->PixelPtr(0, 0), nx},
+                                     false);
+        for (long long y = have; y < last; ++y)
+            if (y < 0 || y >= height)
+                std::memcpy(row(y, first), row(y < 0 ? -1 - y : 2 * height - 1 - y, first), rowBytes);
+        Pattern::DoublePassByCpu({dst->PixelPtr(0, y0), dst->RowStride(), row(first, first), width, width, count,
+                                  kernelY->PixelPtr(0, 0), ny},
+                                 true);
+    }
+}
+
 } // namespace
 
 void ConvKernelSeparated(Array2dReal64*& dst, Array2dReal64* src, Array2dReal64* kernelX, Array2dReal64* kernelY,
@@ -57,7 +105,10 @@ void ConvKernelSeparated(Array2dReal64*& dst, Array2dReal64* src, Array2dReal64*
     }
     if (!dst || dst == work)
         dst = ArrayClone<Array2dReal64>(work, 0, 0);
-    BothPasses(dst, work, kernelX, kernelY, dispatchId);
+    if (hy <= work->mHeight)
+        BothPassesInBands(dst, work, kernelX, kernelY);
+    else
+        BothPasses(dst, work, kernelX, kernelY, dispatchId);
 }
 
 void ConvKernelSeparatedInPlace(Array2dReal64*& a, Array2dReal64* kernelX, Array2dReal64* kernelY)
@@ -71,7 +122,10 @@ void ConvKernelSeparatedInPlace(Array2dReal64*& a, Array2dReal64* kernelX, Array
         delete a;
         a = copy;
     }
-    BothPasses(a, a, kernelX, kernelY, 0);
+    if (hy <= a->mHeight)
+        BothPassesInBands(a, a, kernelX, kernelY);
+    else
+        BothPasses(a, a, kernelX, kernelY, 0);
 }
 
 } // namespace Array
