@@ -20,12 +20,27 @@ inline bool CpuHasAvx2()
 #endif
 }
 
+// AVX-512 with 32 vector registers, for loops that hold more sums than AVX2 has
+// registers; LUMISK_NO_AVX512 keeps the AVX2 forms.
+inline bool CpuHasAvx512()
+{
+#if defined(__x86_64__) || defined(__i386__)
+    static const bool has = CpuHasAvx2() && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl") &&
+                            !std::getenv("LUMISK_NO_AVX512");
+    return has;
+#else
+    return false;
+#endif
+}
+
 } // namespace Tavlin
 
 #if defined(__x86_64__) || defined(__i386__)
 #define TAVLIN_TARGET_AVX2 __attribute__((target("avx2")))
+#define TAVLIN_TARGET_AVX512 __attribute__((target("avx512f,avx512vl")))
 #else
 #define TAVLIN_TARGET_AVX2
+#define TAVLIN_TARGET_AVX512
 #endif
 #define TAVLIN_ALWAYS_INLINE inline __attribute__((always_inline))
 

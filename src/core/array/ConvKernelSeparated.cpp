@@ -1,5 +1,7 @@
 #include "core/array/ConvKernelSeparated.h"
 
+#include <algorithm>
+#include <cstring>
 #include <memory>
 
 #include "core/array/ArrayFactories.h"
@@ -32,6 +34,72 @@ void BothPasses(Array2dReal64* dst, Array2dReal64* work, Array2dReal64* kernelX,
     Pattern::FuncGenConv2dSepDispatch_V(dst, temp.get(), kernelY, mul, add, dispatchId);
 }
 
+// The same passes without a plane-sized scratch: the rows of the horizontal pass that
+// one band of result rows needs are made into a buffer and read by the vertical pass
+// while still in the cache; the rows two bands share move to the buffer's top. Rows
+// past the image edges are copies of the rows they mirror, as the mirrored scratch
+// plane has them; that needs hy <= height. dst may be work: the rows of work still to
+// be read lie below the band being written. With `mirrorEachRow` work's border is left
+// alone and each row is mirrored into a line of its own before its pass (needs
+// hx <= width), so that a source with a narrow border needs no widened copy.
+void BothPassesInBands(Array2dReal64* dst, Array2dReal64* work, Array2dReal64* kernelX, Array2dReal64* kernelY,
+                       bool mirrorEachRow)
+{
+    const long long nx = kernelX->mWidth;
+    const long long ny = kernelY->mWidth;
+    const long long hx = nx / 2;
+    const long long hy = ny / 2;
+    const long long width = work->mWidth;
+    const long long height = work->mHeight;
+    std::unique_ptr<double[]> line;
+    if (mirrorEachRow)
+        line.reset(new double[static_cast<size_t>(width + 2 * hx)]);
+    else
+        Pattern::FuncBorderMirror2d(work, hx, 0);
+    const long long bandRows = 96;
+    const long long shared = ny - 1;
+    const size_t rowBytes = static_cast<size_t>(width) * sizeof(double);
+    std::unique_ptr<double[]> buffer(new double[static_cast<size_t>((bandRows + shared) * width)]);
+    auto row = [&](long long y, long long first) { return buffer.get() + (y - first) * width; };
+    for (long long y0 = 0; y0 < height; y0 += bandRows)
+    {
+        const long long count = std::min(bandRows, height - y0);
+        const long long first = y0 - hy;
+        const long long last = y0 + count + hy;
+        long long have = first;
+        if (y0 > 0)
+        {
+            std::memmove(buffer.get(), row(first + bandRows, first), static_cast<size_t>(shared) * rowBytes);
+            have = first + shared;
+        }
+        const long long from = std::max(have, 0LL);
+        const long long to = std::min(last, height);
+        if (from < to && !mirrorEachRow)
+            Pattern::DoublePassByCpu({row(from, first), width, work->PixelPtr(-hx, from), work->RowStride(), width,
+                                      to - from, kernelX->PixelPtr(0, 0), nx},
+                                     false);
+        for (long long y = from; y < to && mirrorEachRow; ++y)
+        {
+            const double* s = work->PixelPtr(0, y);
+            double* m = line.get() + hx;
+            std::memcpy(m, s, rowBytes);
+            for (long long i = 0; i < hx; ++i)
+            {
+                m[-1 - i] = s[i];
+                m[width + i] = s[width - 1 - i];
+            }
+            Pattern::DoublePassByCpu({row(y, first), width, line.get(), 0, width, 1, kernelX->PixelPtr(0, 0), nx},
+                                     false);
+        }
+        for (long long y = have; y < last; ++y)
+            if (y < 0 || y >= height)
+                std::memcpy(row(y, first), row(y < 0 ? -1 - y : 2 * height - 1 - y, first), rowBytes);
+        Pattern::DoublePassByCpu({dst->PixelPtr(0, y0), dst->RowStride(), row(first, first), width, width, count,
+                                  kernelY->PixelPtr(0, 0), ny},
+                                 true);
+    }
+}
+
 } // namespace
 
 void ConvKernelSeparated(Array2dReal64*& dst, Array2dReal64* src, Array2dReal64* kernelX, Array2dReal64* kernelY,
@@ -42,9 +110,18 @@ void ConvKernelSeparated(Array2dReal64*& dst, Array2dReal64* src, Array2dReal64*
     const long long hx = kernelX->mWidth / 2;
     const long long hy = kernelY->mWidth / 2;
 
+    const bool narrow = hx > src->mBorderWidth || hy > src->mBorderHeight;
+    if (narrow && dispatchId >= 0 && dispatchId <= 2 && hx <= src->mWidth && hy <= src->mHeight)
+    {
+        // Bordered like the widened copy it replaces.
+        if (!dst)
+            dst = ArrayClone<Array2dReal64>(src, hx, hy);
+        BothPassesInBands(dst, src, kernelX, kernelY, true);
+        return;
+    }
     std::unique_ptr<Array2dReal64> copy;
     Array2dReal64* work = src;
-    if (hx > src->mBorderWidth || hy > src->mBorderHeight)
+    if (narrow)
     {
         copy.reset(ArrayClone<Array2dReal64>(src, hx, hy));
         CopyImageRows(copy.get(), src);
@@ -57,7 +134,10 @@ void ConvKernelSeparated(Array2dReal64*& dst, Array2dReal64* src, Array2dReal64*
     }
     if (!dst || dst == work)
         dst = ArrayClone<Array2dReal64>(work, 0, 0);
-    BothPasses(dst, work, kernelX, kernelY, dispatchId);
+    if (hy <= work->mHeight)
+        BothPassesInBands(dst, work, kernelX, kernelY, false);
+    else
+        BothPasses(dst, work, kernelX, kernelY, dispatchId);
 }
 
 void ConvKernelSeparatedInPlace(Array2dReal64*& a, Array2dReal64* kernelX, Array2dReal64* kernelY)
@@ -71,7 +151,10 @@ void ConvKernelSeparatedInPlace(Array2dReal64*& a, Array2dReal64* kernelX, Array
         delete a;
         a = copy;
     }
-    BothPasses(a, a, kernelX, kernelY, 0);
+    if (hy <= a->mHeight)
+        BothPassesInBands(a, a, kernelX, kernelY, false);
+    else
+        BothPasses(a, a, kernelX, kernelY, 0);
 }
 
 } // namespace Array

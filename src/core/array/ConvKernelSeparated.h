@@ -19,8 +19,9 @@ namespace Array
 {
 
 // dispatchId 6 is the default loop order. The source is used as it stands when its
-// border is wide enough, and then its border is overwritten; otherwise a widened copy
-// is made. A null dst, or one that is the working source, is created anew.
+// border is wide enough, and then its border is overwritten; otherwise it is left
+// alone. A null dst, or one that is the source with a wide border, is created anew,
+// bordered at least as wide as the kernels reach.
 void ConvKernelSeparated(Array2dReal64*& dst, Array2dReal64* src, Array2dReal64* kernelX, Array2dReal64* kernelY,
                          int dispatchId, Util::TimePlot* plot);
 

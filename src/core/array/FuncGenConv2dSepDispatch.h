@@ -6,10 +6,11 @@
 // axis, filled by the caller. Dispatch ids 0 to 2 give the same result; any other id
 // writes nothing.
 //
-// Results are computed in strips of adjacent pixels whose sums stay in registers over
-// all taps, the taps in order: every pixel's sum keeps its order, and the independent
-// pixels of a strip go through the vector unit together. The loops are compiled twice,
-// the second time for AVX2, taken where the processor has it.
+// Planes of doubles are computed in blocks of adjacent results whose sums stay in
+// registers over all taps, the taps in order: every pixel's sum keeps its order, and
+// the independent pixels of a block go through the vector unit together. These loops
+// are compiled three times, plain, for AVX2 and for AVX-512 (whose 32 registers hold
+// larger blocks), and the form the processor has is taken.
 #ifndef TAVLIN_CORE_ARRAY_FUNCGENCONV2DSEPDISPATCH_H
 #define TAVLIN_CORE_ARRAY_FUNCGENCONV2DSEPDISPATCH_H
 
@@ -28,165 +29,216 @@ namespace Array
 namespace Pattern
 {
 
-// One strip of kStripWidth results: for each tap t in order, sum[i] += k[t] x
-// tap0[t step + i], the sums starting from 0.0 and held in registers for all taps.
-const long long kStripWidth = 32;
+// Four adjacent doubles; the sums of a block are arrays of these, so that they surely
+// stay in registers. (No function returns one: the plain build has no such registers.)
+typedef double Quad __attribute__((vector_size(32)));
 
-template <class DstStor, class SrcStor, class KerStor, class MulT, class AddT>
-TAVLIN_ALWAYS_INLINE void StripSums(DstStor* __restrict d, const SrcStor* __restrict tap0, long long step,
-                                    const KerStor* __restrict k, long long n, MulT mul, AddT add)
+TAVLIN_ALWAYS_INLINE void LoadQuad(Quad& v, const double* p)
 {
-    DstStor acc[kStripWidth];
-    for (long long i = 0; i < kStripWidth; ++i)
-        acc[i] = 0.0;
-    for (long long t = 0; t < n; ++t)
-    {
-        const KerStor kt = k[t];
-        const SrcStor* __restrict s = tap0 + t * step;
-        for (long long i = 0; i < kStripWidth; ++i)
-            add(acc[i], mul(kt, s[i]));
-    }
-    for (long long i = 0; i < kStripWidth; ++i)
-        d[i] = acc[i];
+    std::memcpy(&v, p, sizeof(v));
 }
 
-// The double form with the sums in explicit vectors of four, so that they surely stay
-// in registers; the same products and additions in the same order.
-typedef double StripVector __attribute__((vector_size(32)));
 
-TAVLIN_ALWAYS_INLINE void StripSums(double* __restrict d, const double* __restrict tap0, long long step,
-                                    const double* __restrict k, long long n, Trait::BpoMul<double, double, double>,
-                                    Trait::BpoAddAssign<double, double>)
+// One result: taps `step` apart.
+TAVLIN_ALWAYS_INLINE double OneSum(const double* tap0, long long step, const double* k, long long n)
 {
-    const int kVectors = kStripWidth / 4;
-    StripVector acc[kVectors];
-    for (int i = 0; i < kVectors; ++i)
-        acc[i] = StripVector{0.0, 0.0, 0.0, 0.0};
+    double acc = 0.0;
+    for (long long t = 0; t < n; ++t)
+        acc += k[t] * tap0[t * step];
+    return acc;
+}
+
+// 4 Q adjacent results of one row, taps one pixel apart: for each tap in order,
+// sum[i] += k[t] x tap0[t + i].
+template <int Q>
+TAVLIN_ALWAYS_INLINE void RowStrip(double* d, const double* tap0, const double* k, long long n)
+{
+    Quad acc[Q];
+    for (int i = 0; i < Q; ++i)
+        acc[i] = Quad{0.0, 0.0, 0.0, 0.0};
     for (long long t = 0; t < n; ++t)
     {
         const double kt = k[t];
-        const StripVector kv = {kt, kt, kt, kt};
-        const double* s = tap0 + t * step;
-        for (int i = 0; i < kVectors; ++i)
+        const Quad kv = {kt, kt, kt, kt};
+        for (int i = 0; i < Q; ++i)
         {
-            StripVector v;
-            std::memcpy(&v, s + 4 * i, sizeof(v));
+            Quad v;
+            LoadQuad(v, tap0 + t + 4 * i);
             acc[i] += kv * v;
         }
     }
     std::memcpy(d, acc, sizeof(acc));
 }
 
-// The vertical pass of doubles over four result rows at once, eight columns wide: each
-// source vector loaded serves every row of the block that has it as a tap, so the rows
-// are read a quarter as often. Each result still adds its taps in order from 0.0.
-// tap0 is the first tap of the block's first row; needs n >= 4.
-TAVLIN_ALWAYS_INLINE void BlockSums4x8(double* d, long long dStride, const double* tap0, long long step,
-                                       const double* k, long long n)
+// Source row s (tap r) into result rows first..last of a block: tap r - j of row j.
+template <int R, int C>
+TAVLIN_ALWAYS_INLINE void AddSourceRow(Quad (&acc)[R][C], const double* s, const double* k, long long r, int first,
+                                       int last)
 {
-    StripVector acc[4][2];
-    for (int j = 0; j < 4; ++j)
-        acc[j][0] = acc[j][1] = StripVector{0.0, 0.0, 0.0, 0.0};
-    // Source row r is tap r - j of result row j.
-    auto add = [&](long long r, int j) {
-        const double kt = k[r - j];
-        const StripVector kv = {kt, kt, kt, kt};
-        StripVector v0, v1;
-        std::memcpy(&v0, tap0 + r * step, sizeof(v0));
-        std::memcpy(&v1, tap0 + r * step + 4, sizeof(v1));
-        acc[j][0] += kv * v0;
-        acc[j][1] += kv * v1;
-    };
-    for (long long r = 0; r < 3; ++r)
-        for (int j = 0; j <= r; ++j)
-            add(r, j);
-    for (long long r = 3; r < n; ++r)
+    Quad v[C];
+    for (int c = 0; c < C; ++c)
+        LoadQuad(v[c], s + 4 * c);
+    for (int j = first; j <= last; ++j)
     {
-        const double* s = tap0 + r * step;
-        StripVector v0, v1;
-        std::memcpy(&v0, s, sizeof(v0));
-        std::memcpy(&v1, s + 4, sizeof(v1));
-        for (int j = 0; j < 4; ++j)
-        {
-            const double kt = k[r - j];
-            const StripVector kv = {kt, kt, kt, kt};
-            acc[j][0] += kv * v0;
-            acc[j][1] += kv * v1;
-        }
+        const double kt = k[r - j];
+        const Quad kv = {kt, kt, kt, kt};
+        for (int c = 0; c < C; ++c)
+            acc[j][c] += kv * v[c];
     }
-    for (long long r = n; r < n + 3; ++r)
-        for (int j = static_cast<int>(r - n) + 1; j < 4; ++j)
-            add(r, j);
-    for (int j = 0; j < 4; ++j)
+}
+
+// R result rows of 4 C adjacent results, taps `step` apart down the columns. Source
+// row r is tap r - j of result row j, so each source vector loaded serves every row of
+// the block that has it as a tap; each result still adds its taps in order from 0.0.
+// tap0 is the first tap of the block's first row; needs n >= R.
+template <int R, int C>
+TAVLIN_ALWAYS_INLINE void ColumnBlock(double* d, long long dStride, const double* tap0, long long step,
+                                      const double* k, long long n)
+{
+    Quad acc[R][C];
+    for (int j = 0; j < R; ++j)
+        for (int c = 0; c < C; ++c)
+            acc[j][c] = Quad{0.0, 0.0, 0.0, 0.0};
+    for (long long r = 0; r < R - 1; ++r)
+        AddSourceRow(acc, tap0 + r * step, k, r, 0, static_cast<int>(r));
+    for (long long r = R - 1; r < n; ++r)
+        AddSourceRow(acc, tap0 + r * step, k, r, 0, R - 1);
+    for (long long r = n; r < n + R - 1; ++r)
+        AddSourceRow(acc, tap0 + r * step, k, r, static_cast<int>(r - n) + 1, R - 1);
+    for (int j = 0; j < R; ++j)
         std::memcpy(d + j * dStride, acc[j], sizeof(acc[j]));
 }
 
-// The same for the `count` results left over at a row's end, one at a time.
-template <class DstStor, class SrcStor, class KerStor, class MulT, class AddT>
-TAVLIN_ALWAYS_INLINE void TailSums(DstStor* d, const SrcStor* tap0, long long step, const KerStor* k, long long n,
-                                   long long count, MulT mul, AddT add)
+// Result plane and first tap of its first pixel, strides in doubles.
+struct DoublePass
 {
-    for (long long i = 0; i < count; ++i)
+    double* dst;
+    long long dStride;
+    const double* tap0;
+    long long sStride;
+    long long width;
+    long long height;
+    const double* k;
+    long long n;
+};
+
+template <int Q>
+TAVLIN_ALWAYS_INLINE void RowsOfTaps(const DoublePass& p)
+{
+    for (long long y = 0; y < p.height; ++y)
     {
-        DstStor acc = 0.0;
-        for (long long t = 0; t < n; ++t)
-            add(acc, mul(k[t], tap0[t * step + i]));
-        d[i] = acc;
+        double* d = p.dst + y * p.dStride;
+        const double* s = p.tap0 + y * p.sStride;
+        long long x = 0;
+        for (; x + 4 * Q <= p.width; x += 4 * Q)
+            RowStrip<Q>(d + x, s + x, p.k, p.n);
+        for (; x + 4 <= p.width; x += 4)
+            RowStrip<1>(d + x, s + x, p.k, p.n);
+        for (; x < p.width; ++x)
+            d[x] = OneSum(s + x, 1, p.k, p.n);
     }
 }
 
-// The loops shared by both passes: result pixel (x, y) is the sum over taps t of
-// kernel[t] x tap0(x, y)[t step]. With `blocksOfRows` (the vertical pass, whose taps
-// are rows) four result rows are made together.
-template <class DstT, class KerT, class MulT, class AddT, class Tap0T>
-TAVLIN_ALWAYS_INLINE void ConvolveRows(DstT* dst, KerT* kernel, MulT mul, AddT add, Tap0T tap0, long long step,
-                                       bool blocksOfRows)
+// R rows from row y on, across the whole width.
+template <int R, int C>
+TAVLIN_ALWAYS_INLINE void ColumnsAcross(const DoublePass& p, long long y)
 {
-    const long long n = kernel->mWidth;
-    const long long width = dst->mWidth;
-    const long long height = dst->mHeight;
-    const long long full = width - width % kStripWidth;
-    const typename KerT::StorType* k = kernel->PixelPtr(0, 0);
-    long long y = 0;
-    if (blocksOfRows && n >= 4)
+    double* d = p.dst + y * p.dStride;
+    const double* s = p.tap0 + y * p.sStride;
+    long long x = 0;
+    for (; x + 4 * C <= p.width; x += 4 * C)
+        ColumnBlock<R, C>(d + x, p.dStride, s + x, p.sStride, p.k, p.n);
+    for (; x + 4 <= p.width; x += 4)
+        ColumnBlock<R, 1>(d + x, p.dStride, s + x, p.sStride, p.k, p.n);
+    for (; x < p.width; ++x)
+        for (int j = 0; j < R; ++j)
+            d[j * p.dStride + x] = OneSum(s + j * p.sStride + x, p.sStride, p.k, p.n);
+}
+
+// The source rows that one row of blocks reads should still be in the cache for the
+// next rows of blocks, which read them again: on wide planes the columns are taken in
+// tiles of equal width (a multiple of `unit`) whose rows fit in about 256 KiB.
+inline long long ColumnTileWidth(long long width, long long rows, long long unit)
+{
+    const long long fits = (256 << 10) / (rows * static_cast<long long>(sizeof(double)));
+    const long long tiles = (fits < width) ? (width + fits - 1) / fits : 1;
+    const long long tile = (width + tiles - 1) / tiles;
+    return tile + (unit - tile % unit) % unit;
+}
+
+template <int R, int C>
+TAVLIN_ALWAYS_INLINE void ColumnsOfTaps(const DoublePass& p)
+{
+    const long long tile = ColumnTileWidth(p.width, p.n + R - 1, 4 * C);
+    for (long long x0 = 0; x0 < p.width; x0 += tile)
     {
-        const long long blockFull = width - width % 8;
-        const long long dStride = dst->RowStride();
-        for (; y + 4 <= height; y += 4)
-        {
-            for (long long x = 0; x < blockFull; x += 8)
-                BlockSums4x8(dst->PixelPtr(x, y), dStride, tap0(x, y), step, k, n);
-            for (long long j = 0; j < 4 && blockFull < width; ++j)
-                TailSums(dst->PixelPtr(blockFull, y + j), tap0(blockFull, y + j), step, k, n, width - blockFull, mul,
-                         add);
-        }
-    }
-    for (; y < height; ++y)
-    {
-        for (long long x = 0; x < full; x += kStripWidth)
-            StripSums(dst->PixelPtr(x, y), tap0(x, y), step, k, n, mul, add);
-        if (full < width)
-            TailSums(dst->PixelPtr(full, y), tap0(full, y), step, k, n, width - full, mul, add);
+        DoublePass t = p;
+        t.dst += x0;
+        t.tap0 += x0;
+        t.width = (p.width - x0 < tile) ? p.width - x0 : tile;
+        long long y = 0;
+        if (p.n >= R)
+            for (; y + R <= p.height; y += R)
+                ColumnsAcross<R, C>(t, y);
+        for (; y < p.height; ++y)
+            ColumnsAcross<1, C>(t, y);
     }
 }
 
-template <class DstT, class KerT, class MulT, class AddT, class Tap0T>
-TAVLIN_TARGET_AVX2 void ConvolveRowsAvx2(DstT* dst, KerT* kernel, MulT mul, AddT add, Tap0T tap0, long long step,
-                                         bool blocksOfRows)
+// Block shapes per instruction set, chosen by timing: with 16 registers the vertical
+// pass does best with 3 x 3 vectors, with 32 with 4 x 5; the rows take the widest strip
+// that does not run out of registers.
+inline void DoublePassPlain(const DoublePass& p, bool down)
 {
-    ConvolveRows(dst, kernel, mul, add, tap0, step, blocksOfRows);
+    if (down)
+        ColumnsOfTaps<4, 2>(p);
+    else
+        RowsOfTaps<8>(p);
 }
 
+TAVLIN_TARGET_AVX2 inline void DoublePassAvx2(const DoublePass& p, bool down)
+{
+    if (down)
+        ColumnsOfTaps<3, 3>(p);
+    else
+        RowsOfTaps<8>(p);
+}
+
+TAVLIN_TARGET_AVX512 inline void DoublePassAvx512(const DoublePass& p, bool down)
+{
+    if (down)
+        ColumnsOfTaps<4, 5>(p);
+    else
+        RowsOfTaps<16>(p);
+}
+
+inline void DoublePassByCpu(const DoublePass& p, bool down)
+{
+    if (CpuHasAvx512())
+        DoublePassAvx512(p, down);
+    else if (CpuHasAvx2())
+        DoublePassAvx2(p, down);
+    else
+        DoublePassPlain(p, down);
+}
+
+// Any other element types: one result at a time.
 template <class DstT, class KerT, class MulT, class AddT, class Tap0T>
-void ConvolveByTaps(DstT* dst, KerT* kernel, MulT mul, AddT add, int dispatchId, Tap0T tap0, long long step,
-                    bool blocksOfRows)
+void ConvolveByTaps(DstT* dst, KerT* kernel, MulT mul, AddT add, int dispatchId, Tap0T tap0, long long step)
 {
     if (dispatchId < 0 || dispatchId > 2)
         return;
-    if (CpuHasAvx2())
-        ConvolveRowsAvx2(dst, kernel, mul, add, tap0, step, blocksOfRows);
-    else
-        ConvolveRows(dst, kernel, mul, add, tap0, step, blocksOfRows);
+    const long long n = kernel->mWidth;
+    const typename KerT::StorType* k = kernel->PixelPtr(0, 0);
+    for (long long y = 0; y < dst->mHeight; ++y)
+        for (long long x = 0; x < dst->mWidth; ++x)
+        {
+            const auto* s = tap0(x, y);
+            typename DstT::StorType acc = 0.0;
+            for (long long t = 0; t < n; ++t)
+                add(acc, mul(k[t], s[t * step]));
+            *dst->PixelPtr(x, y) = acc;
+        }
 }
 
 template <class DstT, class SrcT, class KerT, class MulT, class AddT>
@@ -196,7 +248,7 @@ void FuncGenConv2dSepDispatch_H(DstT* dst, SrcT* src, KerT* kernel, MulT mul, Ad
     ConvolveByTaps(
         dst, kernel, mul, add, dispatchId,
         [src, h](long long x, long long y) { return static_cast<const typename SrcT::StorType*>(src->PixelPtr(x - h, y)); },
-        SrcT::ElemSize, false);
+        SrcT::ElemSize);
 }
 
 template <class DstT, class SrcT, class KerT, class MulT, class AddT>
@@ -206,7 +258,32 @@ void FuncGenConv2dSepDispatch_V(DstT* dst, SrcT* src, KerT* kernel, MulT mul, Ad
     ConvolveByTaps(
         dst, kernel, mul, add, dispatchId,
         [src, h](long long x, long long y) { return static_cast<const typename SrcT::StorType*>(src->PixelPtr(x, y - h)); },
-        src->RowStride(), true);
+        src->RowStride());
+}
+
+// Planes of doubles: the blocked loops.
+inline void FuncGenConv2dSepDispatch_H(Array2dReal64* dst, Array2dReal64* src, Array2dReal64* kernel,
+                                       Trait::BpoMul<double, double, double>, Trait::BpoAddAssign<double, double>,
+                                       int dispatchId)
+{
+    if (dispatchId < 0 || dispatchId > 2)
+        return;
+    const long long n = kernel->mWidth;
+    DoublePassByCpu({dst->PixelPtr(0, 0), dst->RowStride(), src->PixelPtr(-(n / 2), 0), src->RowStride(), dst->mWidth,
+                     dst->mHeight, kernel->PixelPtr(0, 0), n},
+                    false);
+}
+
+inline void FuncGenConv2dSepDispatch_V(Array2dReal64* dst, Array2dReal64* src, Array2dReal64* kernel,
+                                       Trait::BpoMul<double, double, double>, Trait::BpoAddAssign<double, double>,
+                                       int dispatchId)
+{
+    if (dispatchId < 0 || dispatchId > 2)
+        return;
+    const long long n = kernel->mWidth;
+    DoublePassByCpu({dst->PixelPtr(0, 0), dst->RowStride(), src->PixelPtr(0, -(n / 2)), src->RowStride(), dst->mWidth,
+                     dst->mHeight, kernel->PixelPtr(0, 0), n},
+                    true);
 }
 
 } // namespace Pattern

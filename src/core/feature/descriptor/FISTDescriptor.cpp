@@ -305,6 +305,33 @@ void BinsOfRuns(const double* a, int8_t* bin, double* fraction, long long x0, lo
     BinsOfRun<OrientationBinsT>(a, bin, fraction, x0, x1);
 }
 
+// Differences and magnitudes of columns x0 .. x1 - 1 of a row: `h` the row smoothed for
+// the x derivative, `above`, `at` and `below` three rows smoothed for the y derivative.
+// The mirrored edge repeats the edge pixel; the edge columns are taken apart, so that
+// the inner ones run without index tests.
+TAVLIN_ALWAYS_INLINE void GradientRun(const double* h, const double* above, const double* at, const double* below,
+                                      double* gx, double* gy, double* m, long long x0, long long x1, long long width)
+{
+    if (x0 == 0)
+        gx[0] = CentralDifference(h[0], h[0], h[width > 1 ? 1 : 0]);
+    if (x1 == width && width > 1)
+        gx[width - 1] = CentralDifference(h[width - 2], h[width - 1], h[width - 1]);
+    for (long long x = std::max<long long>(x0, 1); x < std::min<long long>(x1, width - 1); ++x)
+        gx[x] = CentralDifference(h[x - 1], h[x], h[x + 1]);
+    for (long long x = x0; x < x1; ++x)
+        gy[x] = CentralDifference(above[x], at[x], below[x]);
+    for (long long x = x0; x < x1; ++x)
+        m[x] = std::sqrt(gx[x] * gx[x] + gy[x] * gy[x]);
+}
+
+#if defined(__x86_64__)
+TAVLIN_TARGET_AVX2 void GradientRunAvx2(const double* h, const double* above, const double* at, const double* below,
+                                        double* gx, double* gy, double* m, long long x0, long long x1, long long width)
+{
+    GradientRun(h, above, at, below, gx, gy, m, x0, x1, width);
+}
+#endif
+
 // Magnitude and orientation of the gradient of `channel` smoothed at `sigma`, on the
 // runs of `spans`. The differences of the two smoothed planes are taken there only,
 // the mirrored edge repeating the edge pixel. With `bins` and `fractions` (planes of
@@ -336,17 +363,12 @@ void LevelGradients(Array2dReal64* channel, double sigma, Array2dReal64* magnitu
         {
             const long long x0 = run.first;
             const long long x1 = std::min(run.second + 1, width);
-            // The edge columns apart, so that the inner ones run without index tests.
-            if (x0 == 0)
-                gx[0] = CentralDifference(h[0], h[0], h[width > 1 ? 1 : 0]);
-            if (x1 == width && width > 1)
-                gx[width - 1] = CentralDifference(h[width - 2], h[width - 1], h[width - 1]);
-            for (long long x = std::max<long long>(x0, 1); x < std::min<long long>(x1, width - 1); ++x)
-                gx[x] = CentralDifference(h[x - 1], h[x], h[x + 1]);
-            for (long long x = x0; x < x1; ++x)
-                gy[x] = CentralDifference(above[x], at[x], below[x]);
-            for (long long x = x0; x < x1; ++x)
-                m[x] = std::sqrt(gx[x] * gx[x] + gy[x] * gy[x]);
+#if defined(__x86_64__)
+            if (CpuHasAvx2())
+                GradientRunAvx2(h, above, at, below, gx, gy, m, x0, x1, width);
+            else
+#endif
+                GradientRun(h, above, at, below, gx, gy, m, x0, x1, width);
             for (long long x = x0; x < x1; ++x)
             {
                 double t = std::atan2(gy[x], gx[x]);
@@ -441,6 +463,96 @@ TAVLIN_TARGET_AVX2 void AccumulateSpreadAvx2(double* row, const CellDeposits& d,
         _mm256_storeu_pd(out, low);
         _mm256_storeu_pd(out + 4, high);
     }
+}
+#endif
+
+#if defined(__x86_64__)
+// The tap walk of a point at orientation 0 (4 x 4 cells, 8 bins) with the histogram in a
+// grid padded by one cell on every side, so that every tap adds to all four of its
+// cells without tests: cells off the grid land in the padding and are dropped. The four
+// products w x row weight x column weight are made side by side. The eight values a
+// tap adds to stay in registers while the taps that follow add to the same ones (same
+// cells, same bins), which neighbouring pixels mostly do; each value still adds the same
+// terms in the same order.
+// Values b[0], b[8], b[down] and b[down + 8]: one bin of a square of four cells.
+template <int down>
+TAVLIN_TARGET_AVX2 TAVLIN_ALWAYS_INLINE __m256d LoadCells(const double* b)
+{
+    return _mm256_set_pd(b[down + 8], b[down], b[8], b[0]);
+}
+
+template <int down>
+TAVLIN_TARGET_AVX2 TAVLIN_ALWAYS_INLINE void StoreCells(double* b, __m256d v)
+{
+    const __m128d lower = _mm256_castpd256_pd128(v);
+    const __m128d upper = _mm256_extractf128_pd(v, 1);
+    _mm_storel_pd(b, lower);
+    _mm_storeh_pd(b + 8, lower);
+    _mm_storel_pd(b + down, upper);
+    _mm_storeh_pd(b + down + 8, upper);
+}
+
+template <class TapT>
+TAVLIN_TARGET_AVX2 void WalkAtZeroAvx2(double* row, const TapT* begin, const TapT* end, const double* mag,
+                                       long long stride, const int8_t* bin, const double* fraction, long long width,
+                                       bool columnsInside, long long ix)
+{
+    const int side = 6;
+    constexpr int down = 6 * 8;
+    alignas(32) double grid[side * side * 8];
+    std::memset(grid, 0, sizeof(grid));
+    for (int r = 0; r < 4; ++r)
+        std::memcpy(grid + ((r + 1) * side + 1) * 8, row + r * 32, 32 * sizeof(double));
+    // Values k of a pair of registers: cell k (r0, c0), (r0, c0 + 1), (r0 + 1, c0),
+    // (r0 + 1, c0 + 1), bin o0 in `low` and bin o1 in `high`.
+    const __m128d one = _mm_set1_pd(1.0);
+    double* held0 = nullptr;
+    double* held1 = nullptr;
+    __m256d low = _mm256_setzero_pd();
+    __m256d high = _mm256_setzero_pd();
+    for (const TapT* tap = begin; tap != end; ++tap)
+    {
+        if (!columnsInside && static_cast<unsigned long long>(ix + tap->j) >= static_cast<unsigned long long>(width))
+            continue;
+        const double w = mag[tap->i * stride + tap->j] * tap->weight;
+        const long long p = tap->i * width + tap->j;
+        const int o0 = bin[p];
+        const double fo = fraction[p];
+        if (o0 < 0)
+        {
+            ReportFractions(tap->fr, tap->fc, fo);
+            continue;
+        }
+        double* b0 = grid + tap->paddedCell + o0;
+        if (b0 != held0)
+        {
+            if (held0)
+            {
+                StoreCells<down>(held0, low);
+                StoreCells<down>(held1, high);
+            }
+            held0 = b0;
+            held1 = grid + tap->paddedCell + (o0 + 1 == 8 ? 0 : o0 + 1);
+            low = LoadCells<down>(held0);
+            high = LoadCells<down>(held1);
+        }
+        const __m128d f = _mm_set_pd(tap->fc, tap->fr);
+        const __m128d g = _mm_sub_pd(one, f);
+        // (gr, gr, fr, fr) x (gc, fc, gc, fc), after w.
+        const __m256d rowWeight = _mm256_set_m128d(_mm_movedup_pd(f), _mm_movedup_pd(g));
+        const __m128d columnPair = _mm_unpackhi_pd(g, f);
+        const __m256d columnWeight = _mm256_set_m128d(columnPair, columnPair);
+        const __m256d wrc = _mm256_mul_pd(_mm256_mul_pd(_mm256_set1_pd(w), rowWeight), columnWeight);
+        low = _mm256_add_pd(low, _mm256_mul_pd(wrc, _mm256_set1_pd(1.0 - fo)));
+        high = _mm256_add_pd(high, _mm256_mul_pd(wrc, _mm256_set1_pd(fo)));
+    }
+    if (held0)
+    {
+        StoreCells<down>(held0, low);
+        StoreCells<down>(held1, high);
+    }
+    for (int r = 0; r < 4; ++r)
+        std::memcpy(row + r * 32, grid + ((r + 1) * side + 1) * 8, 32 * sizeof(double));
 }
 #endif
 
@@ -736,7 +848,38 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::MakeFootprint(Footprint& fo
         return;
     const double c = std::cos(orientation);
     const double s = std::sin(orientation);
+    // At orientation 0 the row position depends on i alone and the column position on
+    // j alone (the zero products add nothing, signs of zero included): each is then
+    // worked out once per row and per column instead of once per pixel.
+    const bool separable = s == 0.0 && c == 1.0;
+    const size_t side = static_cast<size_t>(2 * radius + 1);
+    std::vector<double> rowV(separable ? side : 0), rowBin(rowV.size()), columnU(rowV.size()), columnBin(rowV.size());
+    std::vector<char> rowIn(rowV.size()), columnIn(rowV.size());
+    size_t rowsIn = 0;
+    size_t columnsIn = 0;
+    for (size_t k = 0; k < rowV.size(); ++k)
+    {
+        const int i = static_cast<int>(k) - radius;
+        rowV[k] = (s * 0 + c * i - fy) / cell;
+        rowBin[k] = rowV[k] + half - 0.5;
+        rowIn[k] = rowBin[k] > -1.0 && rowBin[k] < bins;
+        rowsIn += rowIn[k];
+        columnU[k] = (c * i - s * 0 - fx) / cell;
+        columnBin[k] = columnU[k] + half - 0.5;
+        columnIn[k] = columnBin[k] > -1.0 && columnBin[k] < bins;
+        columnsIn += columnIn[k];
+    }
     auto inGrid = [&](int i, int j, double& v, double& rbin, double& u, double& cbin) {
+        if (separable)
+        {
+            const size_t ki = static_cast<size_t>(i + radius);
+            const size_t kj = static_cast<size_t>(j + radius);
+            v = rowV[ki];
+            rbin = rowBin[ki];
+            u = columnU[kj];
+            cbin = columnBin[kj];
+            return rowIn[ki] && columnIn[kj];
+        }
         v = (s * j + c * i - fy) / cell;
         rbin = v + half - 0.5;
         if (!(rbin > -1.0 && rbin < bins))
@@ -746,8 +889,8 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::MakeFootprint(Footprint& fo
         return cbin > -1.0 && cbin < bins;
     };
     // Counted first: large footprints hold megabytes, which doubling would waste.
-    size_t count = 0;
-    for (int i = -radius; i <= radius; ++i)
+    size_t count = rowsIn * columnsIn;
+    for (int i = -radius; i <= radius && !separable; ++i)
         for (int j = -radius; j <= radius; ++j)
         {
             double v, rbin, u, cbin;
@@ -777,6 +920,8 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::MakeFootprint(Footprint& fo
             tap.r0 = static_cast<int8_t>(r0);
             tap.c0 = static_cast<int8_t>(c0);
             tap.cell = static_cast<int16_t>((tap.r0 * SpatialBinsT + tap.c0) * OrientationBinsT);
+            tap.paddedCell =
+                static_cast<int16_t>(((tap.r0 + 1) * (SpatialBinsT + 2) + tap.c0 + 1) * OrientationBinsT);
             tap.cells = static_cast<uint8_t>((ur < n && uc < n ? 1u : 0u) | (ur < n && uc + 1 < n ? 2u : 0u) |
                         (ur + 1 < n && uc < n ? 4u : 0u) | (ur + 1 < n && uc + 1 < n ? 8u : 0u));
             if (footprint.taps.empty())
@@ -922,6 +1067,13 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::AccumulateAtZero(double* ro
     const double* fraction = planes.fo.data() + iy * width + ix;
     const Tap* begin = footprint.taps.data() + footprint.rowStart[firstI - footprint.minI];
     const Tap* end = footprint.taps.data() + footprint.rowStart[lastI - footprint.minI + 1];
+#if defined(__x86_64__)
+    if (SpatialBinsT == 4 && OrientationBinsT == 8 && CpuHasAvx2())
+    {
+        WalkAtZeroAvx2(row, begin, end, mag, stride, bin, fraction, width, columnsInside, ix);
+        return;
+    }
+#endif
     for (const Tap* tap = begin; tap != end; ++tap)
     {
         if (!columnsInside && static_cast<unsigned long long>(ix + tap->j) >= static_cast<unsigned long long>(width))

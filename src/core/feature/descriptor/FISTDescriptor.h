@@ -79,6 +79,7 @@ private:
         int32_t i; // row offset
         int32_t j; // column offset
         int16_t cell; // first element of grid cell (r0, c0); r0 or c0 may be -1
+        int16_t paddedCell; // the same in a grid with one more cell on every side
         int8_t r0;
         int8_t c0;
         uint8_t cells; // bits 0 to 3: cells (r0, c0), (r0, c0 + 1), (r0 + 1, c0), (r0 + 1, c0 + 1) in the grid

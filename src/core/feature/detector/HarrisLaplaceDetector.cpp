@@ -99,9 +99,63 @@ inline void StructureTermsRow(const double* px, const double* py, double* pxx, d
 }
 
 // Row y of the cornerness where it is the maximum of its window of half side `half`,
-// 0.0 elsewhere. Each maximum is taken in the same order as one pixel at a time, the
-// loops running across the pixels so that they share the vector unit; the window is
-// read through the mirrored border. cm holds width + 2 half columns from index -half.
+// 0.0 elsewhere, from `cm`, the maxima over the window's rows of each column. The
+// maximum starts from 0.0 and never takes a value that is not a number, so the order in
+// which the values are taken does not matter; the loops run across the pixels so that
+// they share the vector unit. cm holds width + 2 half columns from index -half.
+TAVLIN_ALWAYS_INLINE void MaskRow(Array2dReal64* work, long long y, long long half, const double* __restrict cm,
+                                  double* __restrict values)
+{
+    const long long width = work->mWidth;
+    for (long long x = 0; x < width; ++x)
+        values[x] = cm[x - half] > 0.0 ? cm[x - half] : 0.0;
+    for (long long i = -half + 1; i <= half; ++i)
+    {
+        const double* __restrict q = cm + i;
+        for (long long x = 0; x < width; ++x)
+            values[x] = q[x] > values[x] ? q[x] : values[x];
+    }
+    const double* __restrict c = work->PixelPtr(0, y);
+    for (long long x = 0; x < width; ++x)
+    {
+        const double mask = std::fabs(values[x] - c[x]) <= 1e-16 ? 1.0 : 0.0;
+        values[x] = mask * c[x];
+    }
+}
+
+// Rows y and y + 1 (which must exist in the mirrored border) together: their windows
+// share all rows but one each, whose column maxima are taken once. The window is read
+// through the mirrored border.
+TAVLIN_ALWAYS_INLINE void MaskedMaximaRows(Array2dReal64* work, long long y, long long half, double* __restrict shared,
+                                           double* __restrict cm, double* __restrict values0,
+                                           double* __restrict values1)
+{
+    const long long width = work->mWidth;
+    const long long stride = work->RowStride();
+    const double* first = work->PixelPtr(-half, y - half);
+    double* __restrict s = shared - half;
+    double* __restrict m = cm - half;
+    const long long columns = width + 2 * half;
+    const double* __restrict top = first + stride;
+    for (long long x = 0; x < columns; ++x)
+        s[x] = top[x] > 0.0 ? top[x] : 0.0;
+    for (long long r = 2; r < 2 * half + 1; ++r)
+    {
+        const double* __restrict p = first + r * stride;
+        for (long long x = 0; x < columns; ++x)
+            s[x] = p[x] > s[x] ? p[x] : s[x];
+    }
+    const double* __restrict above = first;
+    for (long long x = 0; x < columns; ++x)
+        m[x] = above[x] > s[x] ? above[x] : s[x];
+    MaskRow(work, y, half, cm, values0);
+    const double* __restrict below = first + (2 * half + 1) * stride;
+    for (long long x = 0; x < columns; ++x)
+        m[x] = below[x] > s[x] ? below[x] : s[x];
+    MaskRow(work, y + 1, half, cm, values1);
+}
+
+// Row y alone, the same way.
 TAVLIN_ALWAYS_INLINE void MaskedMaximaRow(Array2dReal64* work, long long y, long long half, double* __restrict cm,
                                           double* __restrict values)
 {
@@ -118,20 +172,13 @@ TAVLIN_ALWAYS_INLINE void MaskedMaximaRow(Array2dReal64* work, long long y, long
         for (long long x = 0; x < columns; ++x)
             m[x] = p[x] > m[x] ? p[x] : m[x];
     }
-    for (long long x = 0; x < width; ++x)
-        values[x] = cm[x - half] > 0.0 ? cm[x - half] : 0.0;
-    for (long long i = -half + 1; i <= half; ++i)
-    {
-        const double* __restrict q = cm + i;
-        for (long long x = 0; x < width; ++x)
-            values[x] = q[x] > values[x] ? q[x] : values[x];
-    }
-    const double* __restrict c = work->PixelPtr(0, y);
-    for (long long x = 0; x < width; ++x)
-    {
-        const double mask = std::fabs(values[x] - c[x]) <= 1e-16 ? 1.0 : 0.0;
-        values[x] = mask * c[x];
-    }
+    MaskRow(work, y, half, cm, values);
+}
+
+TAVLIN_TARGET_AVX2 void MaskedMaximaRowsAvx2(Array2dReal64* work, long long y, long long half, double* shared,
+                                             double* cm, double* values0, double* values1)
+{
+    MaskedMaximaRows(work, y, half, shared, cm, values0, values1);
 }
 
 TAVLIN_TARGET_AVX2 void MaskedMaximaRowAvx2(Array2dReal64* work, long long y, long long half, double* cm,
@@ -284,18 +331,33 @@ void HarrisLaplaceDetector::DoMaxPoints(Array2dReal64* cornerness,
     // The flat structuring element makes the dilation a window maximum (from 0.0),
     // taken over columns first and then along the row: the same maximum, fewer reads.
     std::vector<double> columnMax(static_cast<size_t>(width + 2 * half));
-    std::vector<double> values(static_cast<size_t>(width));
+    std::vector<double> sharedMax(columnMax.size());
+    std::vector<double> values(static_cast<size_t>(2 * width));
     double* cm = columnMax.data() + half;
-    for (long long y = 0; y < height; ++y)
-    {
-        if (CpuHasAvx2())
-            MaskedMaximaRowAvx2(work, y, half, cm, values.data());
-        else
-            MaskedMaximaRow(work, y, half, cm, values.data());
-        const double* v = values.data();
+    double* shared = sharedMax.data() + half;
+    auto emit = [&](const double* v, long long y) {
         for (long long x = 0; x < width; ++x)
             if (v[x] > threshold)
                 *out++ = new MyPoint{0.0, v[x], static_cast<int>(x), static_cast<int>(y)};
+    };
+    const bool avx2 = CpuHasAvx2();
+    long long y = 0;
+    for (; y + 1 < height; y += 2)
+    {
+        if (avx2)
+            MaskedMaximaRowsAvx2(work, y, half, shared, cm, values.data(), values.data() + width);
+        else
+            MaskedMaximaRows(work, y, half, shared, cm, values.data(), values.data() + width);
+        emit(values.data(), y);
+        emit(values.data() + width, y + 1);
+    }
+    for (; y < height; ++y)
+    {
+        if (avx2)
+            MaskedMaximaRowAvx2(work, y, half, cm, values.data());
+        else
+            MaskedMaximaRow(work, y, half, cm, values.data());
+        emit(values.data(), y);
     }
 }
 

@@ -88,6 +88,10 @@ TEST(HarrisDoMaxPoints, PlateausNegativesThresholdAndEdges)
                          return y == 8 && (x == 8 || x == 9) ? 5.0 : y == 9 && x == 11 ? 4.0 : y == 0 && x == 19 ? 2.0 : 0.0;
                      }),
               (Maxima{{19, 0, 2.0}, {8, 8, 5.0}, {9, 8, 5.0}}));
+    // Rows are taken two at a time: an odd height leaves the last row alone; a maximum on
+    // each of the last three rows, four columns apart, is found in each.
+    EXPECT_EQ(maxima(9, 15, 1e-9, [](long long x, long long y) { return y >= 12 && x == 4 * (y - 12) ? 1.0 + y : 0.0; }),
+              (Maxima{{0, 12, 13.0}, {4, 13, 14.0}, {8, 14, 15.0}}));
     // The comparison with the threshold is strict.
     EXPECT_EQ(maxima(12, 12, 2.0, [](long long x, long long y) { return (x == 6 && y == 6) ? 2.0 : 0.0; }), Maxima{});
     // The dilation starts from 0, so negative responses are never maxima.
