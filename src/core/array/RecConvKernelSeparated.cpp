@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <vector>
 
 #if defined(__x86_64__) || defined(__i386__)
@@ -254,19 +255,20 @@ TAVLIN_TARGET_AVX2 void FilterRowsOfOrderAvx2(Array2dReal64* a, const double* k,
     }
 }
 
-// Scratch for FilterRowsAvx2 with up to 16 rows, aligned to 32 bytes.
-double* RowScratch(std::vector<double>& storage, long long width, long long n)
+// Scratch for FilterRowsAvx2 with up to 16 rows, aligned to 32 bytes; left
+// uninitialised, as every value is written before it is read.
+double* RowScratch(std::unique_ptr<double[]>& storage, long long width, long long n)
 {
-    storage.resize(static_cast<size_t>(16 * (width + n) + 4));
-    const uintptr_t address = reinterpret_cast<uintptr_t>(storage.data());
-    return storage.data() + ((32 - address % 32) % 32) / sizeof(double);
+    storage.reset(new double[static_cast<size_t>(16 * (width + n) + 4)]);
+    const uintptr_t address = reinterpret_cast<uintptr_t>(storage.get());
+    return storage.get() + ((32 - address % 32) % 32) / sizeof(double);
 }
 
 bool FilterRowsVector(Array2dReal64* a, const double* k, long long n)
 {
     if (!CpuHasAvx2() || n < 1 || n > 5)
         return false;
-    std::vector<double> storage;
+    std::unique_ptr<double[]> storage;
     double* scratch = RowScratch(storage, a->mWidth, n);
     switch (n)
     {
@@ -395,20 +397,20 @@ void FilterColumnsOfOrder(Array2dReal64* a, const double* k, long long m, const 
 
 void FilterColumns(Array2dReal64* a, const double* k, long long m)
 {
-    std::vector<double> lastRow(static_cast<size_t>(a->mWidth));
+    std::unique_ptr<double[]> lastRow(new double[static_cast<size_t>(a->mWidth)]);
     std::vector<const double*> src(static_cast<size_t>(m + 1));
     std::vector<double> acc;
     switch (m)
     {
-    case 0: FilterColumnsOfOrder<1>(a, k, m, src.data(), nullptr, lastRow.data()); return;
-    case 1: FilterColumnsOfOrder<2>(a, k, m, src.data(), nullptr, lastRow.data()); return;
-    case 2: FilterColumnsOfOrder<3>(a, k, m, src.data(), nullptr, lastRow.data()); return;
-    case 3: FilterColumnsOfOrder<4>(a, k, m, src.data(), nullptr, lastRow.data()); return;
-    case 4: FilterColumnsOfOrder<5>(a, k, m, src.data(), nullptr, lastRow.data()); return;
-    case 5: FilterColumnsOfOrder<6>(a, k, m, src.data(), nullptr, lastRow.data()); return;
+    case 0: FilterColumnsOfOrder<1>(a, k, m, src.data(), nullptr, lastRow.get()); return;
+    case 1: FilterColumnsOfOrder<2>(a, k, m, src.data(), nullptr, lastRow.get()); return;
+    case 2: FilterColumnsOfOrder<3>(a, k, m, src.data(), nullptr, lastRow.get()); return;
+    case 3: FilterColumnsOfOrder<4>(a, k, m, src.data(), nullptr, lastRow.get()); return;
+    case 4: FilterColumnsOfOrder<5>(a, k, m, src.data(), nullptr, lastRow.get()); return;
+    case 5: FilterColumnsOfOrder<6>(a, k, m, src.data(), nullptr, lastRow.get()); return;
     default:
         acc.resize(static_cast<size_t>(a->mWidth));
-        FilterColumnsOfOrder<0>(a, k, m, src.data(), acc.data(), lastRow.data());
+        FilterColumnsOfOrder<0>(a, k, m, src.data(), acc.data(), lastRow.get());
     }
 }
 
