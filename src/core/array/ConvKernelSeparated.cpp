@@ -57,7 +57,7 @@ void BothPassesInBands(Array2dReal64* dst, Array2dReal64* work, Array2dReal64* k
         line.reset(new double[static_cast<size_t>(width + 2 * hx)]);
     else
         Pattern::FuncBorderMirror2d(work, hx, 0);
-    const long long bandRows = 96;
+    const long long bandRows = 48;
     const long long shared = ny - 1;
     const size_t rowBytes = static_cast<size_t>(width) * sizeof(double);
     // Buffer rows start on cache lines and lie an odd number of lines apart, so that the
