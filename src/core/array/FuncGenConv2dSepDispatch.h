@@ -15,6 +15,7 @@
 #define TAVLIN_CORE_ARRAY_FUNCGENCONV2DSEPDISPATCH_H
 
 #include <cstring>
+#include <memory>
 
 #include "basis/CpuFeatures.h"
 #include "core/array/Array2dTem.h"
@@ -71,8 +72,10 @@ TAVLIN_ALWAYS_INLINE void RowStrip(double* d, const double* tap0, const double* 
 }
 
 // Source row s (tap r) into result rows first..last of a block: tap r - j of row j.
+// kq holds each kernel value four times over, loaded as a vector: spreading one value
+// over a vector would take the vector unit from the sums.
 template <int R, int C>
-TAVLIN_ALWAYS_INLINE void AddSourceRow(Quad (&acc)[R][C], const double* s, const double* k, long long r, int first,
+TAVLIN_ALWAYS_INLINE void AddSourceRow(Quad (&acc)[R][C], const double* s, const double* kq, long long r, int first,
                                        int last)
 {
     Quad v[C];
@@ -80,8 +83,8 @@ TAVLIN_ALWAYS_INLINE void AddSourceRow(Quad (&acc)[R][C], const double* s, const
         LoadQuad(v[c], s + 4 * c);
     for (int j = first; j <= last; ++j)
     {
-        const double kt = k[r - j];
-        const Quad kv = {kt, kt, kt, kt};
+        Quad kv;
+        LoadQuad(kv, kq + 4 * (r - j));
         for (int c = 0; c < C; ++c)
             acc[j][c] += kv * v[c];
     }
@@ -93,18 +96,18 @@ TAVLIN_ALWAYS_INLINE void AddSourceRow(Quad (&acc)[R][C], const double* s, const
 // tap0 is the first tap of the block's first row; needs n >= R.
 template <int R, int C>
 TAVLIN_ALWAYS_INLINE void ColumnBlock(double* d, long long dStride, const double* tap0, long long step,
-                                      const double* k, long long n)
+                                      const double* kq, long long n)
 {
     Quad acc[R][C];
     for (int j = 0; j < R; ++j)
         for (int c = 0; c < C; ++c)
             acc[j][c] = Quad{0.0, 0.0, 0.0, 0.0};
     for (long long r = 0; r < R - 1; ++r)
-        AddSourceRow(acc, tap0 + r * step, k, r, 0, static_cast<int>(r));
+        AddSourceRow(acc, tap0 + r * step, kq, r, 0, static_cast<int>(r));
     for (long long r = R - 1; r < n; ++r)
-        AddSourceRow(acc, tap0 + r * step, k, r, 0, R - 1);
+        AddSourceRow(acc, tap0 + r * step, kq, r, 0, R - 1);
     for (long long r = n; r < n + R - 1; ++r)
-        AddSourceRow(acc, tap0 + r * step, k, r, static_cast<int>(r - n) + 1, R - 1);
+        AddSourceRow(acc, tap0 + r * step, kq, r, static_cast<int>(r - n) + 1, R - 1);
     for (int j = 0; j < R; ++j)
         std::memcpy(d + j * dStride, acc[j], sizeof(acc[j]));
 }
@@ -139,17 +142,17 @@ TAVLIN_ALWAYS_INLINE void RowsOfTaps(const DoublePass& p)
     }
 }
 
-// R rows from row y on, across the whole width.
+// R rows from row y on, across the whole width; kq as for AddSourceRow.
 template <int R, int C>
-TAVLIN_ALWAYS_INLINE void ColumnsAcross(const DoublePass& p, long long y)
+TAVLIN_ALWAYS_INLINE void ColumnsAcross(const DoublePass& p, long long y, const double* kq)
 {
     double* d = p.dst + y * p.dStride;
     const double* s = p.tap0 + y * p.sStride;
     long long x = 0;
     for (; x + 4 * C <= p.width; x += 4 * C)
-        ColumnBlock<R, C>(d + x, p.dStride, s + x, p.sStride, p.k, p.n);
+        ColumnBlock<R, C>(d + x, p.dStride, s + x, p.sStride, kq, p.n);
     for (; x + 4 <= p.width; x += 4)
-        ColumnBlock<R, 1>(d + x, p.dStride, s + x, p.sStride, p.k, p.n);
+        ColumnBlock<R, 1>(d + x, p.dStride, s + x, p.sStride, kq, p.n);
     for (; x < p.width; ++x)
         for (int j = 0; j < R; ++j)
             d[j * p.dStride + x] = OneSum(s + j * p.sStride + x, p.sStride, p.k, p.n);
@@ -169,6 +172,9 @@ inline long long ColumnTileWidth(long long width, long long rows, long long unit
 template <int R, int C>
 TAVLIN_ALWAYS_INLINE void ColumnsOfTaps(const DoublePass& p)
 {
+    std::unique_ptr<double[]> kq(new double[static_cast<size_t>(4 * p.n)]);
+    for (long long t = 0; t < 4 * p.n; ++t)
+        kq[t] = p.k[t / 4];
     const long long tile = ColumnTileWidth(p.width, p.n + R - 1, 4 * C);
     for (long long x0 = 0; x0 < p.width; x0 += tile)
     {
@@ -179,9 +185,9 @@ TAVLIN_ALWAYS_INLINE void ColumnsOfTaps(const DoublePass& p)
         long long y = 0;
         if (p.n >= R)
             for (; y + R <= p.height; y += R)
-                ColumnsAcross<R, C>(t, y);
+                ColumnsAcross<R, C>(t, y, kq.get());
         for (; y < p.height; ++y)
-            ColumnsAcross<1, C>(t, y);
+            ColumnsAcross<1, C>(t, y, kq.get());
     }
 }
 
