@@ -1,6 +1,7 @@
 #include "core/array/ConvKernelSeparated.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 
@@ -56,11 +57,15 @@ void BothPassesInBands(Array2dReal64* dst, Array2dReal64* work, Array2dReal64* k
         line.reset(new double[static_cast<size_t>(width + 2 * hx)]);
     else
         Pattern::FuncBorderMirror2d(work, hx, 0);
-    const long long bandRows = 96;
+    const long long bandRows = 48;
     const long long shared = ny - 1;
     const size_t rowBytes = static_cast<size_t>(width) * sizeof(double);
-    std::unique_ptr<double[]> buffer(new double[static_cast<size_t>((bandRows + shared) * width)]);
-    auto row = [&](long long y, long long first) { return buffer.get() + (y - first) * width; };
+    // Buffer rows start on cache lines and lie an odd number of lines apart, so that the
+    // column pass reads whole vectors and a column spreads over all sets of the cache.
+    const long long stride = 8 * (((width + 7) / 8) | 1);
+    std::unique_ptr<double[]> storage(new double[static_cast<size_t>((bandRows + shared) * stride + 8)]);
+    double* buffer = storage.get() + (8 - (reinterpret_cast<uintptr_t>(storage.get()) / sizeof(double)) % 8) % 8;
+    auto row = [&](long long y, long long first) { return buffer + (y - first) * stride; };
     for (long long y0 = 0; y0 < height; y0 += bandRows)
     {
         const long long count = std::min(bandRows, height - y0);
@@ -69,13 +74,13 @@ void BothPassesInBands(Array2dReal64* dst, Array2dReal64* work, Array2dReal64* k
         long long have = first;
         if (y0 > 0)
         {
-            std::memmove(buffer.get(), row(first + bandRows, first), static_cast<size_t>(shared) * rowBytes);
+            std::memmove(buffer, row(first + bandRows, first), static_cast<size_t>(shared * stride) * sizeof(double));
             have = first + shared;
         }
         const long long from = std::max(have, 0LL);
         const long long to = std::min(last, height);
         if (from < to && !mirrorEachRow)
-            Pattern::DoublePassByCpu({row(from, first), width, work->PixelPtr(-hx, from), work->RowStride(), width,
+            Pattern::DoublePassByCpu({row(from, first), stride, work->PixelPtr(-hx, from), work->RowStride(), width,
                                       to - from, kernelX->PixelPtr(0, 0), nx},
                                      false);
         for (long long y = from; y < to && mirrorEachRow; ++y)
@@ -88,13 +93,13 @@ void BothPassesInBands(Array2dReal64* dst, Array2dReal64* work, Array2dReal64* k
                 m[-1 - i] = s[i];
                 m[width + i] = s[width - 1 - i];
             }
-            Pattern::DoublePassByCpu({row(y, first), width, line.get(), 0, width, 1, kernelX->PixelPtr(0, 0), nx},
+            Pattern::DoublePassByCpu({row(y, first), stride, line.get(), 0, width, 1, kernelX->PixelPtr(0, 0), nx},
                                      false);
         }
         for (long long y = have; y < last; ++y)
             if (y < 0 || y >= height)
                 std::memcpy(row(y, first), row(y < 0 ? -1 - y : 2 * height - 1 - y, first), rowBytes);
-        Pattern::DoublePassByCpu({dst->PixelPtr(0, y0), dst->RowStride(), row(first, first), width, width, count,
+        Pattern::DoublePassByCpu({dst->PixelPtr(0, y0), dst->RowStride(), row(first, first), stride, width, count,
                                   kernelY->PixelPtr(0, 0), ny},
                                  true);
     }
