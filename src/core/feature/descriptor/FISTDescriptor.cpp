@@ -12,6 +12,7 @@
 #include "basis/Report.h"
 #include "basis/Timer.h"
 #include "core/array/ArrayFactories.h"
+#include "core/array/GradientMagnitude.h"
 #include "core/array/RecGauss.h"
 
 #if defined(__x86_64__)
@@ -322,27 +323,11 @@ TAVLIN_ALWAYS_INLINE void GradientRun(const double* h, const double* above, cons
         gy[x] = CentralDifference(above[x], at[x], below[x]);
 }
 
-TAVLIN_ALWAYS_INLINE void MagnitudeRun(const double* gx, const double* gy, double* m, long long x0, long long x1)
-{
-    for (long long x = x0; x < x1; ++x)
-        m[x] = std::sqrt(gx[x] * gx[x] + gy[x] * gy[x]);
-}
-
 #if defined(__x86_64__)
-// The square root by hand: the library's, kept for its error report on negative
-// arguments, which a sum of squares never is, stops the loop from running in vectors.
 TAVLIN_TARGET_AVX2 void GradientRunAvx2(const double* h, const double* above, const double* at, const double* below,
-                                        double* gx, double* gy, double* m, long long x0, long long x1, long long width)
+                                        double* gx, double* gy, long long x0, long long x1, long long width)
 {
     GradientRun(h, above, at, below, gx, gy, x0, x1, width);
-    long long x = x0;
-    for (; x + 4 <= x1; x += 4)
-    {
-        const __m256d a = _mm256_loadu_pd(gx + x);
-        const __m256d b = _mm256_loadu_pd(gy + x);
-        _mm256_storeu_pd(m + x, _mm256_sqrt_pd(_mm256_add_pd(_mm256_mul_pd(a, a), _mm256_mul_pd(b, b))));
-    }
-    MagnitudeRun(gx, gy, m, x, x1);
 }
 #endif
 
@@ -379,13 +364,11 @@ void LevelGradients(Array2dReal64* channel, double sigma, Array2dReal64* magnitu
             const long long x1 = std::min(run.second + 1, width);
 #if defined(__x86_64__)
             if (CpuHasAvx2())
-                GradientRunAvx2(h, above, at, below, gx, gy, m, x0, x1, width);
+                GradientRunAvx2(h, above, at, below, gx, gy, x0, x1, width);
             else
 #endif
-            {
                 GradientRun(h, above, at, below, gx, gy, x0, x1, width);
-                MagnitudeRun(gx, gy, m, x0, x1);
-            }
+            Array::GradientMagnitude(gx + x0, gy + x0, m + x0, x1 - x0);
             for (long long x = x0; x < x1; ++x)
             {
                 double t = std::atan2(gy[x], gx[x]);
