@@ -1,5 +1,6 @@
 #include "core/array/RecConvKernelSeparated.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -349,32 +350,48 @@ TAVLIN_ALWAYS_INLINE void SumRows(double* out, const double* const* s, const dou
     std::memcpy(out, acc, static_cast<size_t>(width) * sizeof(double));
 }
 
-// The column passes for all image columns at once, a row at a time, so that the
-// independent columns share the vector unit; every pixel's sums keep their order.
-// Rows height + m .. height + 2m - 1 keep their replicated input: the samples past
-// the forward pass's end are read from a copy of its last row instead. T is m + 1
-// when known, else 0; src holds m + 1 pointers, acc a row when T is 0.
+// Columns filtered together. A plane that fits in the last-level cache is filtered
+// across its whole width; a larger one in strips of about 1 MB, which stay in the
+// second-level cache from the forward pass to the backward pass.
+long long ColumnStrip(long long width, long long rows)
+{
+    const long long rowBytes = static_cast<long long>(sizeof(double)) * std::max(rows, 1LL);
+    if (width * rowBytes <= (8LL << 20))
+        return std::max(width, 1LL);
+    return std::max(64LL, (1LL << 20) / rowBytes / 8 * 8);
+}
+
+// The column passes for a strip of image columns at a time, a row at a time, so
+// that the independent columns share the vector unit; every pixel's sums keep their
+// order. Rows height + m .. height + 2m - 1 keep their replicated input: the samples
+// past the forward pass's end are read from a copy of its last row instead. T is
+// m + 1 when known, else 0; src holds m + 1 pointers, acc a row when T is 0.
 template <int T>
 TAVLIN_ALWAYS_INLINE void FilterColumnsWith(Array2dReal64* a, const double* k, long long m, const double** src,
                                             double* acc, double* lastRow)
 {
     const long long width = a->mWidth;
     const long long height = a->mHeight;
+    const long long strip = ColumnStrip(width, height + 2 * m);
 
-    for (long long y = 0; y < height + m; ++y)
+    for (long long x0 = 0; x0 < width; x0 += strip)
     {
-        for (long long i = 0; i <= m; ++i)
-            src[i] = a->PixelPtr(0, y - m + i);
-        SumRows<T>(a->PixelPtr(0, y), src, k, m + 1, width, acc);
-    }
-    if (width > 0)
-        std::memcpy(lastRow, a->PixelPtr(0, height + m - 1), static_cast<size_t>(width) * sizeof(double));
+        const long long w = std::min(strip, width - x0);
+        double* last = lastRow + x0;
+        for (long long y = 0; y < height + m; ++y)
+        {
+            for (long long i = 0; i <= m; ++i)
+                src[i] = a->PixelPtr(x0, y - m + i);
+            SumRows<T>(a->PixelPtr(x0, y), src, k, m + 1, w, acc);
+        }
+        std::memcpy(last, a->PixelPtr(x0, height + m - 1), static_cast<size_t>(w) * sizeof(double));
 
-    for (long long y = height + m - 1; y >= 0; --y)
-    {
-        for (long long i = 0; i <= m; ++i)
-            src[i] = y + i < height + m ? a->PixelPtr(0, y + i) : lastRow;
-        SumRows<T>(a->PixelPtr(0, y), src, k + m, m + 1, width, acc);
+        for (long long y = height + m - 1; y >= 0; --y)
+        {
+            for (long long i = 0; i <= m; ++i)
+                src[i] = y + i < height + m ? a->PixelPtr(x0, y + i) : last;
+            SumRows<T>(a->PixelPtr(x0, y), src, k + m, m + 1, w, acc);
+        }
     }
 }
 

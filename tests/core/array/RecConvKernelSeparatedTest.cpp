@@ -118,23 +118,30 @@ TEST(RecConvKernelSeparated, RowsFilteredTogetherMatchRowsFilteredAlone)
 
 TEST(RecConvKernelSeparated, ColumnsMatchRowsOfTheTransposedPlane)
 {
+    // Small planes, and planes large enough (several MB) for their columns to be
+    // filtered in strips, the last one narrower.
     Plane identity = Identity();
+    const long long sizes[][2] = {{1, 1}, {3, 2}, {9, 7}, {64, 40}, {1, 40}, {64, 1}, {2100, 520}, {1030, 1100}};
     for (int m = 1; m <= 5; ++m)
     {
         Plane k(MakeGaussIIR1d(0.5 + 1.3 * m, (m + 1) % 3, m));
-        for (long long width : {1, 3, 9, 64})
-            for (long long height : {1, 2, 7, 40})
-            {
-                Plane src(MakeRandomPlane(width, height, 0, 200 + m, -50.0, 50.0));
-                Plane transposed(MakePlane(height, width, 0, [&](long long x, long long y) { return *src->PixelPtr(y, x); }));
-                Plane down = Filter(src.get(), identity.get(), k.get());
-                Plane across = Filter(transposed.get(), k.get(), identity.get());
-                for (long long y = 0; y < height; ++y)
-                    for (long long x = 0; x < width; ++x)
-                        ASSERT_TRUE(SameBits(down->PixelPtr(x, y), across->PixelPtr(y, x), 1))
-                            << "order " << m << ", " << width << " x " << height << " at " << x << "," << y << ": "
-                            << *down->PixelPtr(x, y) << " against " << *across->PixelPtr(y, x);
-            }
+        for (const auto& size : sizes)
+        {
+            const long long width = size[0];
+            const long long height = size[1];
+            if (width * height > 100000 && m != 3 && m != 5)
+                continue;
+            Plane src(MakeRandomPlane(width, height, 0, 200 + m, -50.0, 50.0));
+            Plane transposed(
+                MakePlane(height, width, 0, [&](long long x, long long y) { return *src->PixelPtr(y, x); }));
+            Plane down = Filter(src.get(), identity.get(), k.get());
+            Plane across = Filter(transposed.get(), k.get(), identity.get());
+            for (long long y = 0; y < height; ++y)
+                for (long long x = 0; x < width; ++x)
+                    ASSERT_TRUE(SameBits(down->PixelPtr(x, y), across->PixelPtr(y, x), 1))
+                        << "order " << m << ", " << width << " x " << height << " at " << x << "," << y << ": "
+                        << *down->PixelPtr(x, y) << " against " << *across->PixelPtr(y, x);
+        }
     }
 }
 

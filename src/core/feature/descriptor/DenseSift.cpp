@@ -10,6 +10,7 @@
 #include "basis/Timer.h"
 #include "core/array/ArrayFactories.h"
 #include "core/array/GaussDerivative.h"
+#include "core/array/GradientMagnitude.h"
 #include "core/feature/FeatureImageTypes.h"
 #include "core/feature/descriptor/GetColorChannels.h"
 #include "core/feature/detector/MakeDenseInterpolator.h"
@@ -156,8 +157,7 @@ void DenseSiftGradient(Array2dReal64*& magnitude, Array2dReal64*& angle, Array2d
         const double* __restrict gy = dy->PixelPtr(0, y);
         double* __restrict m = magnitude->mData + y * width;
         double* __restrict a = angle->mData + y * width;
-        for (long long x = 0; x < width; ++x)
-            m[x] = std::sqrt(gx[x] * gx[x] + gy[x] * gy[x]);
+        Array::GradientMagnitude(gx, gy, m, width);
         for (long long x = 0; x < width; ++x)
         {
             const double t = std::atan2(gy[x], gx[x]);

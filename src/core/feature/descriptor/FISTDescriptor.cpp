@@ -12,6 +12,7 @@
 #include "basis/Report.h"
 #include "basis/Timer.h"
 #include "core/array/ArrayFactories.h"
+#include "core/array/GradientMagnitude.h"
 #include "core/array/RecGauss.h"
 
 #if defined(__x86_64__)
@@ -305,12 +306,12 @@ void BinsOfRuns(const double* a, int8_t* bin, double* fraction, long long x0, lo
     BinsOfRun<OrientationBinsT>(a, bin, fraction, x0, x1);
 }
 
-// Differences and magnitudes of columns x0 .. x1 - 1 of a row: `h` the row smoothed for
+// Differences of columns x0 .. x1 - 1 of a row: `h` the row smoothed for
 // the x derivative, `above`, `at` and `below` three rows smoothed for the y derivative.
 // The mirrored edge repeats the edge pixel; the edge columns are taken apart, so that
 // the inner ones run without index tests.
 TAVLIN_ALWAYS_INLINE void GradientRun(const double* h, const double* above, const double* at, const double* below,
-                                      double* gx, double* gy, double* m, long long x0, long long x1, long long width)
+                                      double* gx, double* gy, long long x0, long long x1, long long width)
 {
     if (x0 == 0)
         gx[0] = CentralDifference(h[0], h[0], h[width > 1 ? 1 : 0]);
@@ -320,15 +321,13 @@ TAVLIN_ALWAYS_INLINE void GradientRun(const double* h, const double* above, cons
         gx[x] = CentralDifference(h[x - 1], h[x], h[x + 1]);
     for (long long x = x0; x < x1; ++x)
         gy[x] = CentralDifference(above[x], at[x], below[x]);
-    for (long long x = x0; x < x1; ++x)
-        m[x] = std::sqrt(gx[x] * gx[x] + gy[x] * gy[x]);
 }
 
 #if defined(__x86_64__)
 TAVLIN_TARGET_AVX2 void GradientRunAvx2(const double* h, const double* above, const double* at, const double* below,
-                                        double* gx, double* gy, double* m, long long x0, long long x1, long long width)
+                                        double* gx, double* gy, long long x0, long long x1, long long width)
 {
-    GradientRun(h, above, at, below, gx, gy, m, x0, x1, width);
+    GradientRun(h, above, at, below, gx, gy, x0, x1, width);
 }
 #endif
 
@@ -365,10 +364,11 @@ void LevelGradients(Array2dReal64* channel, double sigma, Array2dReal64* magnitu
             const long long x1 = std::min(run.second + 1, width);
 #if defined(__x86_64__)
             if (CpuHasAvx2())
-                GradientRunAvx2(h, above, at, below, gx, gy, m, x0, x1, width);
+                GradientRunAvx2(h, above, at, below, gx, gy, x0, x1, width);
             else
 #endif
-                GradientRun(h, above, at, below, gx, gy, m, x0, x1, width);
+                GradientRun(h, above, at, below, gx, gy, x0, x1, width);
+            Array::GradientMagnitude(gx + x0, gy + x0, m + x0, x1 - x0);
             for (long long x = x0; x < x1; ++x)
             {
                 double t = std::atan2(gy[x], gx[x]);
@@ -467,13 +467,6 @@ TAVLIN_TARGET_AVX2 void AccumulateSpreadAvx2(double* row, const CellDeposits& d,
 #endif
 
 #if defined(__x86_64__)
-// The tap walk of a point at orientation 0 (4 x 4 cells, 8 bins) with the histogram in a
-// grid padded by one cell on every side, so that every tap adds to all four of its
-// cells without tests: cells off the grid land in the padding and are dropped. The four
-// products w x row weight x column weight are made side by side. The eight values a
-// tap adds to stay in registers while the taps that follow add to the same ones (same
-// cells, same bins), which neighbouring pixels mostly do; each value still adds the same
-// terms in the same order.
 // Values b[0], b[8], b[down] and b[down + 8]: one bin of a square of four cells.
 template <int down>
 TAVLIN_TARGET_AVX2 TAVLIN_ALWAYS_INLINE __m256d LoadCells(const double* b)
@@ -491,11 +484,25 @@ TAVLIN_TARGET_AVX2 TAVLIN_ALWAYS_INLINE void StoreCells(double* b, __m256d v)
     _mm_storel_pd(b + down, upper);
     _mm_storeh_pd(b + down + 8, upper);
 }
+#endif
 
+#if defined(__x86_64__)
+// The tap walk of a point at orientation 0 (4 x 4 cells, 8 bins), row by row, with the
+// histogram in a grid padded by one cell on every side, so that every tap adds to all
+// four of its cells without tests: cells off the grid land in the padding and are
+// dropped. The four products w x row weight x column weight are made side by side, the
+// row weights taken once per row and the column weights from the footprint's table. The
+// eight values a tap adds to stay in registers while the taps that follow add to the
+// same ones (same cells, same bins), as neighbouring pixels mostly do; each value still
+// adds the same terms in the same order. Rows firstI .. lastI and columns firstJ ..
+// lastJ of the footprint, all inside the image; mag, bin and fraction are at the point.
 template <class TapT>
-TAVLIN_TARGET_AVX2 void WalkAtZeroAvx2(double* row, const TapT* begin, const TapT* end, const double* mag,
-                                       long long stride, const int8_t* bin, const double* fraction, long long width,
-                                       bool columnsInside, long long ix)
+TAVLIN_TARGET_AVX2 void WalkAtZeroRowsAvx2(double* row, const TapT* taps, const int32_t* rowStart,
+                                           const double* rowWeights, const int32_t* rowCells,
+                                           const double* columnWeights, const int32_t* columnCells, long long minI,
+                                           long long minJ, long long firstI, long long lastI, long long firstJ,
+                                           long long lastJ, const double* mag, long long stride, const int8_t* bin,
+                                           const double* fraction, long long width)
 {
     const int side = 6;
     constexpr int down = 6 * 8;
@@ -503,48 +510,48 @@ TAVLIN_TARGET_AVX2 void WalkAtZeroAvx2(double* row, const TapT* begin, const Tap
     std::memset(grid, 0, sizeof(grid));
     for (int r = 0; r < 4; ++r)
         std::memcpy(grid + ((r + 1) * side + 1) * 8, row + r * 32, 32 * sizeof(double));
-    // Values k of a pair of registers: cell k (r0, c0), (r0, c0 + 1), (r0 + 1, c0),
-    // (r0 + 1, c0 + 1), bin o0 in `low` and bin o1 in `high`.
-    const __m128d one = _mm_set1_pd(1.0);
     double* held0 = nullptr;
     double* held1 = nullptr;
     __m256d low = _mm256_setzero_pd();
     __m256d high = _mm256_setzero_pd();
-    for (const TapT* tap = begin; tap != end; ++tap)
+    for (long long i = firstI; i <= lastI; ++i)
     {
-        if (!columnsInside && static_cast<unsigned long long>(ix + tap->j) >= static_cast<unsigned long long>(width))
-            continue;
-        const double w = mag[tap->i * stride + tap->j] * tap->weight;
-        const long long p = tap->i * width + tap->j;
-        const int o0 = bin[p];
-        const double fo = fraction[p];
-        if (o0 < 0)
+        const long long r = i - minI;
+        const __m256d rowWeight = _mm256_loadu_pd(rowWeights + 4 * r);
+        double* gridRow = grid + rowCells[r];
+        const TapT* tap = taps + rowStart[r] + (firstJ - minJ);
+        const double* m = mag + i * stride;
+        const int8_t* b = bin + i * width;
+        const double* f = fraction + i * width;
+        for (long long j = firstJ; j <= lastJ; ++j, ++tap)
         {
-            ReportFractions(tap->fr, tap->fc, fo);
-            continue;
-        }
-        double* b0 = grid + tap->paddedCell + o0;
-        if (b0 != held0)
-        {
-            if (held0)
+            const long long c = j - minJ;
+            const double w = m[j] * tap->weight;
+            const int o0 = b[j];
+            const double fo = f[j];
+            if (o0 < 0)
             {
-                StoreCells<down>(held0, low);
-                StoreCells<down>(held1, high);
+                ReportFractions(tap->fr, tap->fc, fo);
+                continue;
             }
-            held0 = b0;
-            held1 = grid + tap->paddedCell + (o0 + 1 == 8 ? 0 : o0 + 1);
-            low = LoadCells<down>(held0);
-            high = LoadCells<down>(held1);
+            double* b0 = gridRow + columnCells[c] + o0;
+            if (b0 != held0)
+            {
+                if (held0)
+                {
+                    StoreCells<down>(held0, low);
+                    StoreCells<down>(held1, high);
+                }
+                held0 = b0;
+                held1 = gridRow + columnCells[c] + (o0 + 1 == 8 ? 0 : o0 + 1);
+                low = LoadCells<down>(held0);
+                high = LoadCells<down>(held1);
+            }
+            const __m256d wrc = _mm256_mul_pd(_mm256_mul_pd(_mm256_set1_pd(w), rowWeight),
+                                              _mm256_loadu_pd(columnWeights + 4 * c));
+            low = _mm256_add_pd(low, _mm256_mul_pd(wrc, _mm256_set1_pd(1.0 - fo)));
+            high = _mm256_add_pd(high, _mm256_mul_pd(wrc, _mm256_set1_pd(fo)));
         }
-        const __m128d f = _mm_set_pd(tap->fc, tap->fr);
-        const __m128d g = _mm_sub_pd(one, f);
-        // (gr, gr, fr, fr) x (gc, fc, gc, fc), after w.
-        const __m256d rowWeight = _mm256_set_m128d(_mm_movedup_pd(f), _mm_movedup_pd(g));
-        const __m128d columnPair = _mm_unpackhi_pd(g, f);
-        const __m256d columnWeight = _mm256_set_m128d(columnPair, columnPair);
-        const __m256d wrc = _mm256_mul_pd(_mm256_mul_pd(_mm256_set1_pd(w), rowWeight), columnWeight);
-        low = _mm256_add_pd(low, _mm256_mul_pd(wrc, _mm256_set1_pd(1.0 - fo)));
-        high = _mm256_add_pd(high, _mm256_mul_pd(wrc, _mm256_set1_pd(fo)));
     }
     if (held0)
     {
@@ -840,6 +847,10 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::MakeFootprint(Footprint& fo
     footprint.maxJ = 0;
     footprint.taps.clear();
     footprint.rowStart.assign(1, 0);
+    footprint.rowWeights.clear();
+    footprint.rowCells.clear();
+    footprint.columnWeights.clear();
+    footprint.columnCells.clear();
     // The cell deposits of an earlier footprint are stale until MakeCellDeposits runs.
     footprint.offsetWidth = 0;
     const double cell = 3.0 * scale;
@@ -920,8 +931,6 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::MakeFootprint(Footprint& fo
             tap.r0 = static_cast<int8_t>(r0);
             tap.c0 = static_cast<int8_t>(c0);
             tap.cell = static_cast<int16_t>((tap.r0 * SpatialBinsT + tap.c0) * OrientationBinsT);
-            tap.paddedCell =
-                static_cast<int16_t>(((tap.r0 + 1) * (SpatialBinsT + 2) + tap.c0 + 1) * OrientationBinsT);
             tap.cells = static_cast<uint8_t>((ur < n && uc < n ? 1u : 0u) | (ur < n && uc + 1 < n ? 2u : 0u) |
                         (ur + 1 < n && uc < n ? 4u : 0u) | (ur + 1 < n && uc + 1 < n ? 8u : 0u));
             if (footprint.taps.empty())
@@ -941,6 +950,25 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::MakeFootprint(Footprint& fo
             const size_t rows = static_cast<size_t>(footprint.maxI - footprint.minI + 2);
             footprint.rowStart.resize(rows, footprint.rowStart.back());
             footprint.rowStart.back() = static_cast<int32_t>(footprint.taps.size());
+        }
+    }
+    if (separable && !footprint.taps.empty())
+    {
+        for (int i = footprint.minI; i <= footprint.maxI; ++i)
+        {
+            const double rbin = rowBin[static_cast<size_t>(i + radius)];
+            const double r0 = std::floor(rbin);
+            const double fr = rbin - r0;
+            footprint.rowWeights.insert(footprint.rowWeights.end(), {1.0 - fr, 1.0 - fr, fr, fr});
+            footprint.rowCells.push_back((static_cast<int32_t>(r0) + 1) * (SpatialBinsT + 2) * OrientationBinsT);
+        }
+        for (int j = footprint.minJ; j <= footprint.maxJ; ++j)
+        {
+            const double cbin = columnBin[static_cast<size_t>(j + radius)];
+            const double c0 = std::floor(cbin);
+            const double fc = cbin - c0;
+            footprint.columnWeights.insert(footprint.columnWeights.end(), {1.0 - fc, fc, 1.0 - fc, fc});
+            footprint.columnCells.push_back((static_cast<int32_t>(c0) + 1) * OrientationBinsT);
         }
     }
 }
@@ -1068,9 +1096,12 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::AccumulateAtZero(double* ro
     const Tap* begin = footprint.taps.data() + footprint.rowStart[firstI - footprint.minI];
     const Tap* end = footprint.taps.data() + footprint.rowStart[lastI - footprint.minI + 1];
 #if defined(__x86_64__)
-    if (SpatialBinsT == 4 && OrientationBinsT == 8 && CpuHasAvx2())
+    if (SpatialBinsT == 4 && OrientationBinsT == 8 && CpuHasAvx2() && !footprint.rowCells.empty())
     {
-        WalkAtZeroAvx2(row, begin, end, mag, stride, bin, fraction, width, columnsInside, ix);
+        WalkAtZeroRowsAvx2(row, footprint.taps.data(), footprint.rowStart.data(), footprint.rowWeights.data(),
+                           footprint.rowCells.data(), footprint.columnWeights.data(), footprint.columnCells.data(),
+                           footprint.minI, footprint.minJ, firstI, lastI, std::max<long long>(footprint.minJ, -ix),
+                           std::min<long long>(footprint.maxJ, width - 1 - ix), mag, stride, bin, fraction, width);
         return;
     }
 #endif

@@ -79,7 +79,6 @@ private:
         int32_t i; // row offset
         int32_t j; // column offset
         int16_t cell; // first element of grid cell (r0, c0); r0 or c0 may be -1
-        int16_t paddedCell; // the same in a grid with one more cell on every side
         int8_t r0;
         int8_t c0;
         uint8_t cells; // bits 0 to 3: cells (r0, c0), (r0, c0 + 1), (r0 + 1, c0), (r0 + 1, c0 + 1) in the grid
@@ -113,6 +112,15 @@ private:
         // cellI x offsetWidth + cellJ: the deposits' pixel offsets in planes offsetWidth wide.
         std::vector<long long> cellOffset;
         long long offsetWidth = 0;
+        // At orientation 0 a tap's row weights depend on its row alone and its column
+        // weights on its column alone, and every row holds the same columns: per row (from
+        // minI) 1 - fr, 1 - fr, fr, fr and the row's offset in the padded grid of the tap
+        // walk, per column (from minJ) 1 - fc, fc, 1 - fc, fc and its offset. Empty for
+        // other orientations.
+        std::vector<double> rowWeights;
+        std::vector<int32_t> rowCells;
+        std::vector<double> columnWeights;
+        std::vector<int32_t> columnCells;
     };
 
     // Per pixel of a level, the orientation bin o0 and fraction fo at orientation 0,
