@@ -14,6 +14,7 @@
 #ifndef TAVLIN_CORE_ARRAY_FUNCGENCONV2DSEPDISPATCH_H
 #define TAVLIN_CORE_ARRAY_FUNCGENCONV2DSEPDISPATCH_H
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 
@@ -163,7 +164,7 @@ TAVLIN_ALWAYS_INLINE void ColumnsAcross(const DoublePass& p, long long y, const 
 // tiles of equal width (a multiple of `unit`) whose rows fit in about 256 KiB.
 inline long long ColumnTileWidth(long long width, long long rows, long long unit)
 {
-    const long long fits = (256 << 10) / (rows * static_cast<long long>(sizeof(double)));
+    const long long fits = std::max(1LL, (256 << 10) / (rows * static_cast<long long>(sizeof(double))));
     const long long tiles = (fits < width) ? (width + fits - 1) / fits : 1;
     const long long tile = (width + tiles - 1) / tiles;
     return tile + (unit - tile % unit) % unit;

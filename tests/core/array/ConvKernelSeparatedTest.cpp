@@ -76,8 +76,8 @@ TEST(ConvKernelSeparated, GivesTheBitsOfTheDefinition)
         EXPECT_TRUE(TestSupport::SameImage(dst, want.get())) << where;
 
         // A source whose border is wide enough is used as it stands.
-        std::unique_ptr<Array2dReal64> framed(MakePlane(c.width, c.height, c.nx / 2 + c.ny / 2 + 1,
-                                                        [&](long long x, long long y) { return *src->PixelPtr(x, y); }));
+        auto same = [&](long long x, long long y) { return *src->PixelPtr(x, y); };
+        std::unique_ptr<Array2dReal64> framed(MakePlane(c.width, c.height, c.nx / 2 + c.ny / 2 + 1, same));
         Array2dReal64* fromFramed = nullptr;
         ConvKernelSeparated(fromFramed, framed.get(), kx.get(), ky.get(), 0, nullptr);
         std::unique_ptr<Array2dReal64> ownFramed(fromFramed);
@@ -87,8 +87,7 @@ TEST(ConvKernelSeparated, GivesTheBitsOfTheDefinition)
         // In place, with and without a border wide enough.
         for (long long border : {0LL, c.nx / 2 + c.ny / 2})
         {
-            Array2dReal64* a = MakePlane(c.width, c.height, border,
-                                         [&](long long x, long long y) { return *src->PixelPtr(x, y); });
+            Array2dReal64* a = MakePlane(c.width, c.height, border, same);
             ConvKernelSeparatedInPlace(a, kx.get(), ky.get());
             std::unique_ptr<Array2dReal64> ownA(a);
             EXPECT_TRUE(TestSupport::SameImage(a, want.get())) << where << " in place, border " << border;

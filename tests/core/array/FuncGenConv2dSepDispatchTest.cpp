@@ -126,6 +126,23 @@ TEST(FuncGenConv2dSepDispatch, EveryFormGivesTheSumsOfOneResultAtATime)
     }
 }
 
+TEST(FuncGenConv2dSepDispatch, ColumnTilesAreWholeBlocksEvenForKernelsTallerThanTheCache)
+{
+    // Widths, rows read per block and block width: the tiles are whole blocks, cover
+    // the width in at most as many tiles as the cache needs, and a kernel of more rows
+    // than the cache holds still gets tiles of one block.
+    const long long cases[][3] = {{640, 90, 20}, {4000, 12, 20}, {801, 90, 12}, {7, 40000, 20}, {1, 5, 8}};
+    for (const auto& c : cases)
+    {
+        const long long tile = Pattern::ColumnTileWidth(c[0], c[1], c[2]);
+        EXPECT_GE(tile, c[2]) << c[0] << " " << c[1];
+        EXPECT_EQ(tile % c[2], 0) << c[0] << " " << c[1];
+        const long long tiles = (c[0] + tile - 1) / tile;
+        EXPECT_TRUE(tiles == 1 || tile * c[1] * 8 <= (256 << 10) + c[2] * c[1] * 8) << c[0] << " " << c[1];
+    }
+    EXPECT_EQ(Pattern::ColumnTileWidth(640, 12, 20), 640); // narrow planes stay whole
+}
+
 TEST(FuncGenConv2dSepDispatch, AnUnknownDispatchIdWritesNothing)
 {
     std::unique_ptr<Array2dReal64> src(MakePlane(9, 6, 1, [](long long x, long long y) { return x + 10.0 * y; }));
