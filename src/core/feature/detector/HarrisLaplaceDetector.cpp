@@ -123,6 +123,20 @@ TAVLIN_ALWAYS_INLINE void MaskRow(Array2dReal64* work, long long y, long long ha
     }
 }
 
+// m[x], x < columns: the maximum from 0.0 of `rows` rows `stride` apart, from `top` on.
+TAVLIN_ALWAYS_INLINE void ColumnMaxima(const double* top, long long rows, long long stride, long long columns,
+                                       double* __restrict m)
+{
+    for (long long x = 0; x < columns; ++x)
+        m[x] = top[x] > 0.0 ? top[x] : 0.0;
+    for (long long r = 1; r < rows; ++r)
+    {
+        const double* __restrict p = top + r * stride;
+        for (long long x = 0; x < columns; ++x)
+            m[x] = p[x] > m[x] ? p[x] : m[x];
+    }
+}
+
 // Rows y and y + 1 (which must exist in the mirrored border) together: their windows
 // share all rows but one each, whose column maxima are taken once. The window is read
 // through the mirrored border.
@@ -136,15 +150,7 @@ TAVLIN_ALWAYS_INLINE void MaskedMaximaRows(Array2dReal64* work, long long y, lon
     double* __restrict s = shared - half;
     double* __restrict m = cm - half;
     const long long columns = width + 2 * half;
-    const double* __restrict top = first + stride;
-    for (long long x = 0; x < columns; ++x)
-        s[x] = top[x] > 0.0 ? top[x] : 0.0;
-    for (long long r = 2; r < 2 * half + 1; ++r)
-    {
-        const double* __restrict p = first + r * stride;
-        for (long long x = 0; x < columns; ++x)
-            s[x] = p[x] > s[x] ? p[x] : s[x];
-    }
+    ColumnMaxima(first + stride, 2 * half, stride, columns, s);
     const double* __restrict above = first;
     for (long long x = 0; x < columns; ++x)
         m[x] = above[x] > s[x] ? above[x] : s[x];
@@ -159,19 +165,8 @@ TAVLIN_ALWAYS_INLINE void MaskedMaximaRows(Array2dReal64* work, long long y, lon
 TAVLIN_ALWAYS_INLINE void MaskedMaximaRow(Array2dReal64* work, long long y, long long half, double* __restrict cm,
                                           double* __restrict values)
 {
-    const long long width = work->mWidth;
-    const long long stride = work->RowStride();
-    const double* top = work->PixelPtr(-half, y - half);
-    double* __restrict m = cm - half;
-    const long long columns = width + 2 * half;
-    for (long long x = 0; x < columns; ++x)
-        m[x] = top[x] > 0.0 ? top[x] : 0.0;
-    for (long long r = 1; r < 2 * half + 1; ++r)
-    {
-        const double* __restrict p = top + r * stride;
-        for (long long x = 0; x < columns; ++x)
-            m[x] = p[x] > m[x] ? p[x] : m[x];
-    }
+    const long long columns = work->mWidth + 2 * half;
+    ColumnMaxima(work->PixelPtr(-half, y - half), 2 * half + 1, work->RowStride(), columns, cm - half);
     MaskRow(work, y, half, cm, values);
 }
 
