@@ -158,27 +158,43 @@ TEST(InterestPointFeatureKeepLimited, KeepsTheRowsAnIndependentShufflePicks)
     }
 }
 
-TEST(InterestPointFeatureRegions, SiftOnLoadedRegionsOfATinyImage)
+TEST(InterestPointFeatureRegions, SiftOnLoadedRegionsOfTinyImages)
 {
-    // Found by fuzzing (under the undefined-behaviour sanitizer): SIFT on a 17 x 17
-    // image at points loaded from a regions file, where rows outside the read band had
-    // no bins. The input's first five bytes chose descriptor and image; the rest is the
-    // regions file.
+    // Found by fuzzing (under the undefined-behaviour sanitizer): SIFT on tiny images at
+    // points loaded from a regions file. In the first, rows outside the read band had no
+    // bins; in the second, a level had no point at orientation 0, hence no bins at all,
+    // and no footprint inside the image. Each input's first five bytes chose descriptor
+    // and image; the rest is the regions file.
     using Tavlin::Persistency::RepositoryGetFile;
-    const std::string found =
-        TestSupport::FuzzFinding("Pipeline", "sift-null-bins-offset");
-    ASSERT_GT(found.size(), 5u);
-    TestSupport::TempDir dir;
-    TestSupport::WriteTextFile(dir.File("regions"), found.substr(5));
-    Configured sift({{"descriptor", "sift"}, {"noRandomizeSeed", "1"}});
-    std::unique_ptr<Tavlin::Core::Array::Array2dVec3UInt8> image(
-        Tavlin::Core::Array::ArrayCreate<Tavlin::Core::Array::Array2dVec3UInt8>(17, 17, 0, 0));
-    unsigned char* p = reinterpret_cast<unsigned char*>(image->mData);
-    for (int i = 0; i < 17 * 17 * 3; ++i)
-        p[i] = static_cast<unsigned char>(i * 37);
-    EXPECT_TRUE(sift.feature.FindInterestPoints(image.get(), Tavlin::Quid(0),
-                                                RepositoryGetFile(dir.File("out"), true, true), false,
-                                                RepositoryGetFile(dir.File("regions"), false, true),
-                                                Tavlin::Persistency::File()));
-    EXPECT_TRUE(TestSupport::PathExists(dir.File("out")));
+    struct Finding
+    {
+        const char* name;
+        const char* descriptor;
+        int width;
+        int height;
+        const char* borderWidth;
+    };
+    for (const Finding& f : {Finding{"sift-null-bins-offset", "sift", 17, 17, nullptr},
+                             Finding{"csift-no-points-at-zero", "csift", 13, 6, "0"}})
+    {
+        const std::string found = TestSupport::FuzzFinding("Pipeline", f.name);
+        ASSERT_GT(found.size(), 5u) << f.name;
+        TestSupport::TempDir dir;
+        TestSupport::WriteTextFile(dir.File("regions"), found.substr(5));
+        Overrides options = {{"descriptor", f.descriptor}, {"noRandomizeSeed", "1"}};
+        if (f.borderWidth)
+            options.emplace_back("borderWidth", f.borderWidth);
+        Configured sift(options);
+        std::unique_ptr<Tavlin::Core::Array::Array2dVec3UInt8> image(
+            Tavlin::Core::Array::ArrayCreate<Tavlin::Core::Array::Array2dVec3UInt8>(f.width, f.height, 0, 0));
+        unsigned char* p = reinterpret_cast<unsigned char*>(image->mData);
+        for (int i = 0; i < f.width * f.height * 3; ++i)
+            p[i] = static_cast<unsigned char>(i * 37);
+        EXPECT_TRUE(sift.feature.FindInterestPoints(image.get(), Tavlin::Quid(0),
+                                                    RepositoryGetFile(dir.File("out"), true, true), false,
+                                                    RepositoryGetFile(dir.File("regions"), false, true),
+                                                    Tavlin::Persistency::File()))
+            << f.name;
+        EXPECT_TRUE(TestSupport::PathExists(dir.File("out"))) << f.name;
+    }
 }

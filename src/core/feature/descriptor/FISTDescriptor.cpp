@@ -599,6 +599,10 @@ bool LevelIsPlain(const int8_t* bins, Array2dReal64* magnitude, const ReadSpans&
     bool plain = true;
     for (long long y = 0; y < magnitude->mHeight; ++y)
     {
+        // Rows nobody reads have no bins to address (none at all on a level without
+        // points at orientation 0).
+        if (spans.runs[y].empty())
+            continue;
         const int8_t* bin = bins + y * width;
         const double* m = magnitude->PixelPtr(0, y);
         for (const std::pair<long long, long long>& run : spans.runs[y])
@@ -755,7 +759,7 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDescriptorsI
         for (long long y = 0; y < channel->mHeight; ++y)
             spanPixels += std::max<long long>(spans.last[y] - spans.first[y] + 1, 0);
         const long long capacity = std::min<long long>(tallest + 2 * kBandSlack, channel->mHeight);
-        if (OrientationBinsT == 8 && atZero * tallest * tallest >= 4 * spanPixels && CpuHasAvx2() &&
+        if (OrientationBinsT == 8 && atZero > 0 && atZero * tallest * tallest >= 4 * spanPixels && CpuHasAvx2() &&
             capacity * channel->mWidth <= kBandPixels &&
             LevelIsPlain(planes.o0.data(), magnitude.get(), spans))
         {
