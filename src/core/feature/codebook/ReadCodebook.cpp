@@ -97,6 +97,12 @@ Array::Array2dReal64* ReadCodebookFromBuffer(Util::IOBuffer* buffer)
             TLOG_ERROR(Log(), "[ReadCodebookFromBuffer] raw array could not be read whole");
             return nullptr;
         }
+        // Words of no values: a few header bytes could stand for hundreds of millions.
+        if (words->Width() == 0 && words->Height() > 0)
+        {
+            TLOG_ERROR(Log(), "[ReadCodebookFromBuffer] raw array of " << words->Height() << " words without values");
+            return nullptr;
+        }
         return words.release();
     }
 

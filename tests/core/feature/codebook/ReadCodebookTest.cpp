@@ -135,12 +135,15 @@ TEST(ReadCodebookFromBuffer, TruncatedEmptyAndGarbageFilesGiveNullWithAMessage)
     // 67 million words of no values behind points of no values, in 37 bytes.
     EXPECT_FALSE(ReadFrom(
         FuzzFinding("ReadCodebook", "words-of-points-of-no-values.bin")));
+    // 355 million words of no values in a raw array header of 106 bytes.
+    EXPECT_FALSE(ReadFrom(FuzzFinding("ReadCodebook", "raw-words-of-no-values")));
     EXPECT_EQ(log.Text(), "[ReadCodebookFromBuffer] IOBuffer is 0\n"
                           "[ReadCodebookTable] not a readable table file\n"
                           "[ReadCodebookFromBuffer] descriptor file without readable descriptors\n"
                           "[ReadCodebookFromBuffer] descriptor file without readable descriptors\n"
                           "[ReadCodebookFromBuffer] raw array could not be read whole\n"
-                          "[ReadCodebookFromBuffer] descriptor file without readable descriptors\n");
+                          "[ReadCodebookFromBuffer] descriptor file without readable descriptors\n"
+                          "[ReadCodebookFromBuffer] raw array of 355555470 words without values\n");
 }
 
 TEST(ReadCodebookTable, KeepsQuidsAndVectorsForTheForest)
