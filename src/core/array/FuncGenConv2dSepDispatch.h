@@ -268,29 +268,29 @@ void FuncGenConv2dSepDispatch_V(DstT* dst, SrcT* src, KerT* kernel, MulT mul, Ad
         src->RowStride());
 }
 
-// Planes of doubles: the blocked loops.
+// Planes of doubles: the blocked loops, from the source's first tap of the first result.
+inline void DoublePlanePass(Array2dReal64* dst, const double* firstTap, long long sourceStride, Array2dReal64* kernel,
+                            int dispatchId, bool down)
+{
+    if (dispatchId < 0 || dispatchId > 2)
+        return;
+    DoublePassByCpu({dst->PixelPtr(0, 0), dst->RowStride(), firstTap, sourceStride, dst->mWidth, dst->mHeight,
+                     kernel->PixelPtr(0, 0), kernel->mWidth},
+                    down);
+}
+
 inline void FuncGenConv2dSepDispatch_H(Array2dReal64* dst, Array2dReal64* src, Array2dReal64* kernel,
                                        Trait::BpoMul<double, double, double>, Trait::BpoAddAssign<double, double>,
                                        int dispatchId)
 {
-    if (dispatchId < 0 || dispatchId > 2)
-        return;
-    const long long n = kernel->mWidth;
-    DoublePassByCpu({dst->PixelPtr(0, 0), dst->RowStride(), src->PixelPtr(-(n / 2), 0), src->RowStride(), dst->mWidth,
-                     dst->mHeight, kernel->PixelPtr(0, 0), n},
-                    false);
+    DoublePlanePass(dst, src->PixelPtr(-(kernel->mWidth / 2), 0), src->RowStride(), kernel, dispatchId, false);
 }
 
 inline void FuncGenConv2dSepDispatch_V(Array2dReal64* dst, Array2dReal64* src, Array2dReal64* kernel,
                                        Trait::BpoMul<double, double, double>, Trait::BpoAddAssign<double, double>,
                                        int dispatchId)
 {
-    if (dispatchId < 0 || dispatchId > 2)
-        return;
-    const long long n = kernel->mWidth;
-    DoublePassByCpu({dst->PixelPtr(0, 0), dst->RowStride(), src->PixelPtr(0, -(n / 2)), src->RowStride(), dst->mWidth,
-                     dst->mHeight, kernel->PixelPtr(0, 0), n},
-                    true);
+    DoublePlanePass(dst, src->PixelPtr(0, -(kernel->mWidth / 2)), src->RowStride(), kernel, dispatchId, true);
 }
 
 } // namespace Pattern

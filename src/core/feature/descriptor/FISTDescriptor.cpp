@@ -83,14 +83,10 @@ inline int FootprintRadius(double scale, double spatialBins)
     return FitsInt32(radius) ? static_cast<int32_t>(radius) : -1;
 }
 
-// Per image row, the columns first .. last that some footprint of a level reads (rows
-// that none reads have first > last), and the runs of columns that footprints cover
-// (sorted, apart). Gradient angles cost most of a level, so they are computed only on
-// the runs.
+// Per image row, the runs of columns that some footprint of a level reads (sorted,
+// apart). Gradient angles cost most of a level, so they are computed only there.
 struct ReadSpans
 {
-    std::vector<long long> first;
-    std::vector<long long> last;
     std::vector<std::vector<std::pair<long long, long long>>> runs;
     std::vector<std::tuple<long long, long long, long long, long long>> rectangles; // x0, x1, y0, y1
     long long width = 0;
@@ -98,8 +94,6 @@ struct ReadSpans
     void Clear(long long w, long long height)
     {
         width = w;
-        first.assign(static_cast<size_t>(height), w);
-        last.assign(static_cast<size_t>(height), -1);
         runs.resize(static_cast<size_t>(height));
         for (std::vector<std::pair<long long, long long>>& r : runs)
             r.clear();
@@ -109,19 +103,12 @@ struct ReadSpans
     // Columns x0 .. x1 of rows y0 .. y1, clipped to the image.
     void AddRectangle(long long x0, long long x1, long long y0, long long y1)
     {
-        const long long height = static_cast<long long>(first.size());
         y0 = std::max<long long>(y0, 0);
-        y1 = std::min<long long>(y1, height - 1);
+        y1 = std::min<long long>(y1, static_cast<long long>(runs.size()) - 1);
         x0 = std::max<long long>(x0, 0);
         x1 = std::min<long long>(x1, width - 1);
-        if (x0 > x1 || y0 > y1)
-            return;
-        for (long long y = y0; y <= y1; ++y)
-        {
-            first[y] = std::min(first[y], x0);
-            last[y] = std::max(last[y], x1);
-        }
-        rectangles.emplace_back(x0, x1, y0, y1);
+        if (x0 <= x1 && y0 <= y1)
+            rectangles.emplace_back(x0, x1, y0, y1);
     }
 
     // The runs of all rectangles added: taken from left to right, each row's runs come
@@ -142,6 +129,16 @@ struct ReadSpans
                     row.emplace_back(x0, x1);
             }
         }
+    }
+
+    // Pixels from each row's first read column to its last, gaps included.
+    long long HullPixels() const
+    {
+        long long pixels = 0;
+        for (const std::vector<std::pair<long long, long long>>& row : runs)
+            if (!row.empty())
+                pixels += row.back().second - row.front().first + 1;
+        return pixels;
     }
 };
 
@@ -755,9 +752,7 @@ void FISTDescriptor<SpatialBinsT, OrientationBinsT>::DoCalculateFISTDescriptorsI
         planes.bandCapacity = 0;
         // Spreading the bins costs about two passes over the rows read; it pays where
         // the footprints read each pixel many times, as on a dense grid.
-        long long spanPixels = 0;
-        for (long long y = 0; y < channel->mHeight; ++y)
-            spanPixels += std::max<long long>(spans.last[y] - spans.first[y] + 1, 0);
+        const long long spanPixels = spans.HullPixels();
         const long long capacity = std::min<long long>(tallest + 2 * kBandSlack, channel->mHeight);
         if (OrientationBinsT == 8 && atZero > 0 && atZero * tallest * tallest >= 4 * spanPixels && CpuHasAvx2() &&
             capacity * channel->mWidth <= kBandPixels &&
